@@ -1,0 +1,24 @@
+// The settings service: on/off settings and the user's stored values.
+#pragma once
+
+#include <string>
+
+// A truth value of the host; its first byte is the truth.
+struct NEVARA_BOOL {
+    bool value;
+    explicit operator bool() const { return value; }
+};
+
+// Numbers of the user's stored values.
+enum CFG_USER_INI_ENUMS : unsigned { CFG_USER_INI_ZORVA_CUSTOM_DIR = 94 };
+
+// The on/off setting `key`: what the host set (pgm_host::set_setting), else what the settings
+// file says, else `default_value`.
+NEVARA_BOOL cfg_is_on(std::string key, bool default_value);
+
+// The stored text; empty if there is none.
+std::string cfg_get_user_ini_value(CFG_USER_INI_ENUMS entry);
+// Sets the value in memory; false if it can't be held. cfg_write_user_ini_file() stores it.
+bool cfg_set_user_ini_value(CFG_USER_INI_ENUMS entry, const char* value);
+// Writes the settings file, whole or not at all; false if it could not be written.
+bool cfg_write_user_ini_file();

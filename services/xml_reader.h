@@ -1,0 +1,22 @@
+// Reads one document: bytes to elements, with the schema check on the way. For the XML
+// framework's own sources.
+#pragma once
+
+#include "services/pgm_common.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+class XML_SCHEMA;
+
+struct XML_OUTCOME {
+    std::unique_ptr<PGM_COMMON_XML_ELEMENT> root;  // null if one of the texts isn't empty
+    std::string first_text;                        // as check_xsd gives them
+    std::string second_text;
+};
+
+// `name` stands for the file in the texts. Without a schema only the rules of the element classes
+// are kept, and the child counts only if `check_counts`.
+XML_OUTCOME read_xml_document(const PGM_COMMON_XML_DOCUMENT& document, std::string_view bytes,
+                              const std::string& name, const XML_SCHEMA* schema, bool check_counts);
