@@ -1,0 +1,61 @@
+#include "pgm/zorva/zorva_action.h"
+
+#include "pgm/zorva/zorva_action_table.h"
+
+#include <algorithm>
+
+ZORVA_ACTION::~ZORVA_ACTION() = default;
+
+ZORVA_ACTION::ZORVA_ACTION(const ZORVA_ACTION& other)
+    : m_name(other.m_name),
+      m_act_type(other.m_act_type),
+      m_values(other.m_values),
+      m_foreign_values(other.m_foreign_values
+                           ? std::make_unique<FOREIGN_VALUES>(*other.m_foreign_values)
+                           : nullptr) {}
+
+ZORVA_ACTION& ZORVA_ACTION::operator=(const ZORVA_ACTION& other) {
+    auto foreign_values = other.m_foreign_values
+                              ? std::make_unique<FOREIGN_VALUES>(*other.m_foreign_values)
+                              : nullptr;
+    m_name = other.m_name;
+    m_act_type = other.m_act_type;
+    m_values = other.m_values;
+    m_foreign_values = std::move(foreign_values);
+    return *this;
+}
+
+std::string ZORVA_ACTION::get_name() const { return m_name.get(); }
+void ZORVA_ACTION::set_name(std::string name) { m_name = ZORVA_TEXT(name); }
+
+std::vector<ZORVA_ACT_PROPERTY> ZORVA_ACTION::get_property_enum_list() const {
+    const ZORVA_ACTION_TYPE_ROW& type = zorva_action_type(m_act_type);
+    std::vector<ZORVA_ACT_PROPERTY> properties;
+    for (int place = 0; place < type.count; ++place)
+        properties.push_back(static_cast<ZORVA_ACT_PROPERTY>(type.first + place));
+    return properties;
+}
+
+bool ZORVA_ACTION::property_value_is_jic_file(std::string value) { return zorva_is_jic(value); }
+
+const std::string* ZORVA_ACTION::find_value(ZORVA_ACT_PROPERTY property) const {
+    const ZORVA_ACTION_TYPE_ROW& type = zorva_action_type(m_act_type);
+    const int place = property - type.first;
+    if (place >= 0 && place < type.count) return &m_values[static_cast<std::size_t>(place)].get();
+    if (!m_foreign_values) return nullptr;
+    const auto found = std::ranges::find(*m_foreign_values, property,
+                                         &FOREIGN_VALUES::value_type::first);
+    return found == m_foreign_values->end() ? nullptr : &found->second.get();
+}
+
+void ZORVA_ACTION::store_value(ZORVA_ACT_PROPERTY property, ZORVA_TEXT value) {
+    const ZORVA_ACTION_TYPE_ROW& type = zorva_action_type(m_act_type);
+    const int place = property - type.first;
+    if (place >= 0 && place < type.count) {
+        m_values[static_cast<std::size_t>(place)] = value;
+        return;
+    }
+    if (!m_foreign_values) m_foreign_values = std::make_unique<FOREIGN_VALUES>();
+    std::erase_if(*m_foreign_values, [&](const auto& entry) { return entry.first == property; });
+    m_foreign_values->emplace_back(property, value);
+}
