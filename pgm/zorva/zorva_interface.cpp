@@ -1,0 +1,91 @@
+#include "pgm/zorva/zorva_interface.h"
+
+#include "pgm/zorva/zorva_report.h"
+
+#include <algorithm>
+
+std::optional<ZORVA_REFUSAL> zorva_judge_density(const ZORVA_INTERFACE& interface,
+                                                 std::string_view density) {
+    if (std::ranges::find(interface.densities, density) != interface.densities.end()) return {};
+    return ZORVA_REFUSAL{ZORVA_MESSAGE::INVALID_DEVICE_DENSITY, std::string(density), {}};
+}
+
+std::optional<ZORVA_REFUSAL> zorva_judge_io_voltage(const ZORVA_INTERFACE& interface,
+                                                    std::string_view voltage) {
+    if (std::ranges::find(interface.io_voltages, voltage) != interface.io_voltages.end())
+        return {};
+    return ZORVA_REFUSAL{ZORVA_MESSAGE::INVALID_IO_VOLTAGE, std::string(voltage), {}};
+}
+
+bool zorva_keep_refusal(std::optional<ZORVA_REFUSAL> refusal,
+                        const PGM_COMMON_XML_ELEMENT& element,
+                        std::vector<ZORVA_REFUSAL>& refusals) {
+    if (!refusal) return false;
+    refusal->line = element.get_line();
+    refusals.push_back(std::move(*refusal));
+    return true;
+}
+
+bool zorva_passes(const std::optional<ZORVA_REFUSAL>& refusal, std::string* err_msg) {
+    if (refusal && err_msg) {
+        zorva_post(*refusal);
+        *err_msg = zorva_sentence(*refusal);
+    }
+    return !refusal;
+}
+
+const PGM_COMMON_XML_ELEMENT* zorva_first_child(const PGM_COMMON_XML_ELEMENT& parent,
+                                                PGM_COMMON_XML_ENUM tag) {
+    const auto& children = parent.get_all_childs();
+    const auto child = std::ranges::find(children, tag, &PGM_COMMON_XML_ELEMENT::get_type);
+    return child == children.end() ? nullptr : *child;
+}
+
+const PGM_COMMON_XML_ELEMENT& zorva_only_child(const PGM_COMMON_XML_ELEMENT& parent,
+                                               PGM_COMMON_XML_ENUM tag, const char* parent_text) {
+    if (parent.get_child_count(tag, true) != 1)
+        ZORVA_FAIL("%s->get_child_count(PGM_COMMON_XML_ENUM_%s) == 1", parent_text,
+                   pgm_common_xml_name(tag));
+    return *zorva_first_child(parent, tag);
+}
+
+std::string zorva_definition_name(const PGM_COMMON_XML_ELEMENT& element) {
+    const PGM_COMMON_XML_ELEMENT* device_info =
+        zorva_first_child(element, PGM_COMMON_XML_ENUM_DEVICE_INFO);
+    const PGM_COMMON_XML_ELEMENT* name =
+        device_info ? zorva_first_child(*device_info, PGM_COMMON_XML_ENUM_DEVICE_NAME)
+                    : zorva_first_child(element, PGM_COMMON_XML_ENUM_TEMPLATE_NAME);
+    return name ? name->read_value() : std::string();
+}
+
+bool zorva_is_taken(const ZORVA_INTERFACE& interface, const PGM_COMMON_XML_ELEMENT& element) {
+    std::vector<ZORVA_REFUSAL> refusals;
+    const bool is_device = element.get_type() == PGM_COMMON_XML_ENUM_FLASH;
+    if (is_device && !interface.read_device(element, refusals)) return false;
+    if (interface.read_flows) interface.read_flows(element, refusals);
+    return refusals.empty();
+}
+
+ZORVA_FINDING zorva_finding(const ZORVA_REFUSAL& refusal) {
+    return {zorva_message_row(refusal.message).id, zorva_sentence(refusal), refusal.line};
+}
+
+std::vector<ZORVA_FINDING> zorva_file_findings(const std::string& file, const std::string& text) {
+    std::vector<ZORVA_FINDING> findings;
+    std::string_view rest = text;
+    while (!rest.empty()) {
+        std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+        ZORVA_FINDING finding{0, {}, 0};
+        if (line.starts_with(file + ":")) {
+            line.remove_prefix(file.size() + 1);
+            const std::string_view number = line.substr(0, line.find(':'));
+            finding.line = PGM_COMMON::convert_string_to_dword(std::string(number), true, nullptr,
+                                                               nullptr, false);
+            line.remove_prefix(std::min(number.size() + 2, line.size()));
+        }
+        finding.sentence = line;
+        findings.push_back(std::move(finding));
+    }
+    return findings;
+}

@@ -1,0 +1,54 @@
+// What a manager met when it loaded: every file, and every definition in it.
+#pragma once
+
+#include "services/types.h"
+
+#include <string>
+#include <vector>
+
+// Where a definition comes from.
+enum class ZORVA_ORIGIN { SHIPPED, INSTALLATION, CUSTOM };
+
+enum class ZORVA_FILE_STATE {
+    READ,          // to its end
+    READ_IN_PART,  // up to a definition that was refused; the reason names it
+    SKIPPED,       // nothing of it; the reason says why
+};
+
+// A device and a template of one name are two definitions.
+enum class ZORVA_DEFINITION_KIND { DEVICE, TEMPLATE };
+
+enum class ZORVA_DEFINITION_STATE {
+    IN_FORCE,
+    HIDDEN,    // by the definition of the same kind and name in the file `hidden_by`
+    REFUSED,   // for what `findings` say
+    NOT_READ,  // it stands behind a refused definition that ended the reading of its file
+};
+
+// One thing that keeps a definition, or a whole file, from loading.
+struct ZORVA_FINDING {
+    unsigned id;           // of the message; 0 where the file itself is at fault
+    std::string sentence;  // what is wrong
+    dword line;            // in the file, from 1; 0 if not known
+};
+
+struct ZORVA_DEFINITION {
+    ZORVA_DEFINITION_KIND kind;
+    std::string name;
+    dword line;  // of the element FLASH or USER_TEMPLATE
+    ZORVA_DEFINITION_STATE state;
+    std::string hidden_by;                // a file; empty unless HIDDEN
+    std::vector<ZORVA_FINDING> findings;  // empty unless REFUSED
+};
+
+struct ZORVA_FILE_REPORT {
+    std::string path;
+    ZORVA_ORIGIN origin;
+    ZORVA_FILE_STATE state;
+    std::string reason;                         // empty for READ
+    std::vector<ZORVA_FINDING> findings;        // of the file as a whole: not readable, schema
+    std::vector<ZORVA_DEFINITION> definitions;  // in file order, the devices first
+};
+
+// In the order in which the files were met.
+using ZORVA_LOAD_REPORT = std::vector<ZORVA_FILE_REPORT>;

@@ -1,0 +1,175 @@
+// Life of a manager, and its look-ups.
+#include "pgm/zorva/zorva_mgr.h"
+
+#include "pgm/zorva/zorva_data_list.h"
+#include "pgm/zorva/zorva_interface.h"
+#include "pgm/zorva/zorva_report.h"
+#include "services/pgmdev.h"
+#include "services/settings.h"
+
+#include <algorithm>
+
+namespace {
+
+void delete_operations(std::vector<ZORVA_OPERATION*>& operation_list) {
+    for (; !operation_list.empty(); operation_list.pop_back()) delete operation_list.back();
+}
+
+}  // namespace
+
+ZORVA_USER_FLASH_TEMPLATE::~ZORVA_USER_FLASH_TEMPLATE() {
+    delete_operations(sfl_operation_list);
+    delete_operations(sdm_operation_list);
+}
+
+ZORVA_MGR::ZORVA_MGR(const ZORVA_INTERFACE& interface)
+    : m_interface(interface),
+      m_active_device_family(interface.default_device_family),
+      m_active_config_mode(interface.default_config_mode),
+      m_use_sdm_mode(interface.default_use_sdm_mode),
+      m_skip_device_filtering(cfg_is_on("pgm_zorva_skip_device_filtering", false).value) {}
+
+ZORVA_MGR::~ZORVA_MGR() {
+    for (auto& [name, user_template] : m_user_flash_template_map) delete user_template;
+    for (auto& [name, flash] : m_flash_map) delete flash;
+}
+
+bool ZORVA_MGR::get_use_sdm_mode() { return m_use_sdm_mode; }
+DEV_FAMILY_ENUM ZORVA_MGR::get_active_device_family() { return m_active_device_family; }
+PGMIO_CONFIG_SCHEME ZORVA_MGR::get_active_config_mode() { return m_active_config_mode; }
+void ZORVA_MGR::set_active_config_mode(PGMIO_CONFIG_SCHEME config_mode) {
+    m_active_config_mode = config_mode;
+}
+void ZORVA_MGR::set_active_device_family(DEV_FAMILY_ENUM family) {
+    m_active_device_family = family;
+    m_use_sdm_mode = family_info(family).use_sdm_mode;
+}
+
+void ZORVA_MGR::fill_family_info(bool (*serves)(const PGMDEV_DEVICE_INFO&)) {
+    PGMDEV_DEV_INFO_MANAGER service(false, 0);
+    for (dword family = 1; family <= DEV_FAMILY_LAST; ++family) {
+        const PGMDEV_DEVICE_INFO* info =
+            service.get_db_by_family(static_cast<DEV_FAMILY_ENUM>(family));
+        if (!info || !serves(*info)) continue;
+        m_family_info_map[info->family] = {info->use_sdm, info->io_voltage};
+    }
+}
+
+// Asking for an unknown family makes an entry for it, with no voltage, which then stands in
+// get_device_family_list too: callers rely on it.
+ZORVA_FAMILY_INFO& ZORVA_MGR::family_info(DEV_FAMILY_ENUM family) {
+    return m_family_info_map[family];
+}
+
+const ZORVA_FAMILY_INFO* ZORVA_MGR::get_family_info(DEV_FAMILY_ENUM family) const {
+    const auto found = m_family_info_map.find(family);
+    return found == m_family_info_map.end() ? nullptr : &found->second;
+}
+
+std::vector<DEV_FAMILY_ENUM> ZORVA_MGR::served_families() const {
+    std::vector<DEV_FAMILY_ENUM> families;
+    for (const auto& [family, info] : m_family_info_map) families.push_back(family);
+    return families;
+}
+
+bool ZORVA_MGR::suits_family(ZORVA_FLASH& flash, DEV_FAMILY_ENUM family) {
+    return flash.get_parameter_value(ZORVA_FLASH_PARAM_IO_VOLTAGE) ==
+           family_info(family).io_voltage;
+}
+
+ZORVA_FLASH* ZORVA_MGR::adopt_new_flash(std::unique_ptr<ZORVA_FLASH> flash) {
+    drop_placeholder();
+    m_flash = m_loose_flashes.emplace_back(std::move(flash)).get();
+    return m_flash;
+}
+
+void ZORVA_MGR::drop_placeholder() {
+    if (m_flash == m_placeholder.get()) m_flash = nullptr;
+    m_placeholder.reset();
+}
+
+bool ZORVA_MGR::device_is_legacy(std::string device_name, bool skip_filtering) {
+    return !device_name.empty() &&
+           is_legacy_config_device(device_name, m_active_device_family, m_active_config_mode,
+                                   skip_filtering);
+}
+
+bool ZORVA_MGR::device_exist_in_db(std::string device_name, bool skip_filtering) {
+    if (device_name.empty()) return false;
+    if (is_legacy_config_device(device_name, m_active_device_family, m_active_config_mode,
+                                skip_filtering))
+        return true;
+    const auto iter = m_flash_map.find(device_name);
+    if (iter == m_flash_map.end()) return false;
+    return skip_filtering || m_skip_device_filtering ||
+           suits_family(*iter->second, m_active_device_family);
+}
+
+// The answer is device_is_legacy's and then device_exist_in_db's, with one search of the map.
+ZORVA_FLASH* ZORVA_MGR::get_flash(std::string device_name, bool skip_filtering) {
+    drop_placeholder();
+    m_flash = nullptr;
+    if (device_name.empty()) return nullptr;
+    if (is_legacy_config_device(device_name, m_active_device_family, m_active_config_mode,
+                                skip_filtering)) {
+        m_flash = create_flash(device_name);
+        m_placeholder = std::move(m_loose_flashes.back());
+        m_loose_flashes.pop_back();
+        return m_flash;
+    }
+    const auto iter = m_flash_map.find(device_name);
+    if (iter == m_flash_map.end()) return nullptr;
+    if (skip_filtering || m_skip_device_filtering ||
+        suits_family(*iter->second, m_active_device_family))
+        m_flash = iter->second;
+    return m_flash;
+}
+
+ZORVA_FLASH* ZORVA_MGR::get_flash_with_density(qword density_in_bytes) {
+    drop_placeholder();
+    const auto iter = std::ranges::find_if(m_flash_map, [&](const auto& entry) {
+        return entry.second->get_density_in_bytes_qword() == density_in_bytes;
+    });
+    m_flash = iter == m_flash_map.end() ? nullptr : iter->second;
+    return m_flash;
+}
+
+ZORVA_FLASH* ZORVA_MGR::get_flash_with_id(dword id, dword mask) {
+    drop_placeholder();
+    const auto iter = std::ranges::find_if(m_flash_map, [&](const auto& entry) {
+        return ((entry.second->get_parameter_value_in_dword(ZORVA_FLASH_PARAM_ID, nullptr) ^ id) &
+                mask) == 0;
+    });
+    m_flash = iter == m_flash_map.end() ? nullptr : iter->second;
+    return m_flash;
+}
+
+std::vector<ZORVA_FLASH*> ZORVA_MGR::get_flash_list_with_id(dword id, dword mask) const {
+    std::vector<ZORVA_FLASH*> candidates;
+    for (const auto& [name, flash] : m_flash_map) {
+        const dword flash_id = flash->get_parameter_value_in_dword(ZORVA_FLASH_PARAM_ID, nullptr);
+        if (((flash_id ^ id) & mask) == 0) candidates.push_back(flash);
+    }
+    return candidates;
+}
+
+std::string ZORVA_MGR::get_flash_file(const std::string& device_name) const {
+    const auto found = m_flash_db_active_dir_map.find(device_name);
+    return found == m_flash_db_active_dir_map.end() ? std::string() : found->second;
+}
+
+bool ZORVA_MGR::is_new_device_supported() { return true; }
+bool ZORVA_MGR::is_flash_operation_supported() { return true; }
+bool ZORVA_MGR::is_flash_action_supported() { return true; }
+
+unsigned char* ZORVA_MGR::convert_data_list_string_to_byte_array(std::string data_string,
+                                                                 dword* length, bool* valid) {
+    ZORVA_ASSERT(!data_string.empty());
+    const std::optional<std::vector<unsigned char>> bytes = zorva_data_list_bytes(data_string);
+    if (valid) *valid = bytes.has_value();
+    if (length) *length = bytes ? static_cast<dword>(bytes->size()) : 0;
+    if (!bytes) return nullptr;
+    auto* array = new unsigned char[bytes->size()];
+    std::ranges::copy(*bytes, array);
+    return array;
+}

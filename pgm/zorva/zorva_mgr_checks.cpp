@@ -1,0 +1,81 @@
+// The checks of device parameters that both managers share.
+#include "pgm/zorva/zorva_interface.h"
+#include "pgm/zorva/zorva_mgr.h"
+#include "pgm/zorva/zorva_operation_table.h"
+#include "pgm/zorva/zorva_report.h"
+
+bool ZORVA_MGR::is_valid_name(std::string& name) {
+    constexpr const char* allowed =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
+    // "db" would give a device the shipped files' prefix.
+    return !name.empty() && name != "db" && name.find_first_not_of(allowed) == name.npos;
+}
+
+bool ZORVA_MGR::is_golden_template_name(std::string& name) { return zorva_is_golden_vendor(name); }
+
+std::optional<ZORVA_REFUSAL> ZORVA_MGR::judge_device_name(const std::string& name) {
+    using enum ZORVA_MESSAGE;
+    std::string text = name;
+    if (!is_valid_name(text))
+        return ZORVA_REFUSAL{INVALID_DEVICE_NAME_WITH_EMPTY_STRING_OR_SPECIAL_CHAR, name, {}};
+    if (is_golden_template_name(text))
+        return ZORVA_REFUSAL{INVALID_DEVICE_NAME_CONFLICT_WITH_TEMPLATE, name, {}};
+    if (device_exist_in_db(name, true))
+        return ZORVA_REFUSAL{INVALID_DEVICE_NAME_CONFLICT_WITH_EXISTING_DEVICE, name, {}};
+    return {};
+}
+
+bool ZORVA_MGR::device_name_is_valid(std::string name, std::string* err_msg) {
+    return zorva_passes(judge_device_name(name), err_msg);
+}
+
+bool ZORVA_MGR::device_density_is_valid(std::string density, std::string* err_msg) {
+    return zorva_passes(zorva_judge_density(m_interface, density), err_msg);
+}
+
+bool ZORVA_MGR::device_io_voltage_is_valid(std::string voltage, std::string* err_msg) {
+    return zorva_passes(zorva_judge_io_voltage(m_interface, voltage), err_msg);
+}
+
+bool ZORVA_MGR::device_io_voltage_is_compatible(std::string voltage, std::string* err_msg) {
+    if (device_io_voltage_is_valid(voltage, nullptr) &&
+        voltage == family_info(m_active_device_family).io_voltage)
+        return true;
+    return zorva_passes(ZORVA_REFUSAL{ZORVA_MESSAGE::INCOMPATIBLE_IO_VOLTAGE, voltage, {}},
+                        err_msg);
+}
+
+bool ZORVA_MGR::is_parameter_valid(ZORVA_FLASH_PARAM param) {
+    return param == ZORVA_FLASH_PARAM_NAME || param == ZORVA_FLASH_PARAM_IO_VOLTAGE ||
+           param == ZORVA_FLASH_PARAM_DENSITY;
+}
+
+bool ZORVA_MGR::is_parameter_valid(ZORVA_FLASH_PARAM param, std::string value,
+                                   std::string* err_msg) {
+    if (param == ZORVA_FLASH_PARAM_NAME) return device_name_is_valid(value, err_msg);
+    if (param == ZORVA_FLASH_PARAM_IO_VOLTAGE) return device_io_voltage_is_valid(value, err_msg);
+    if (param == ZORVA_FLASH_PARAM_DENSITY) return device_density_is_valid(value, err_msg);
+    ZORVA_FAIL("Unknown flash parameter: %d", static_cast<int>(param));
+}
+
+bool ZORVA_MGR::is_parameter_valid(ZORVA_FLASH_PARAM param, dword, std::string*) {
+    ZORVA_FAIL("Unknown flash parameter: %d", static_cast<int>(param));
+}
+
+bool ZORVA_MGR::is_parameter_compatible(ZORVA_FLASH_PARAM param, std::string value,
+                                        std::string* err_msg) {
+    if (param == ZORVA_FLASH_PARAM_IO_VOLTAGE)
+        return device_io_voltage_is_compatible(value, err_msg);
+    ZORVA_FAIL("Unknown flash parameter: %d", static_cast<int>(param));
+}
+
+std::vector<ZORVA_MESSAGE_INFO> ZORVA_MGR::get_message_list() {
+    std::vector<ZORVA_MESSAGE_INFO> messages;
+    for (int place = 0; place < ZORVA_MESSAGE_COUNT; ++place) {
+        const ZORVA_MESSAGE_ROW& row = zorva_message_row(static_cast<ZORVA_MESSAGE>(place));
+        const bool has_text = row.shape != ZORVA_MESSAGE_SHAPE::NONE;
+        messages.push_back(
+            {row.id, row.type == MSG_POST_ERROR, has_text ? row.name : "", row.text});
+    }
+    return messages;
+}

@@ -1,0 +1,159 @@
+#include "pgm/zorva/zorva_sdmmc_mgr.h"
+
+#include "pgm/zorva/zorva_judge.h"
+#include "pgm/zorva/zorva_report.h"
+#include "pgm/zorva/zorva_sdmmc_flash.h"
+#include "pgm/zorva/zorva_sdmmc_interface.h"
+#include "pgm/zorva/zorva_xml_file.h"
+#include "services/pgmdev.h"
+#include "services/settings.h"
+
+namespace {
+
+bool custom_devices_are_enabled() { return cfg_is_on("pgm_enable_custom_sdmmc", false).value; }
+
+bool is_served(const PGMDEV_DEVICE_INFO& info) {
+    constexpr auto orlane = static_cast<DEV_FAMILY_ENUM>(28);
+    return info.sdmmc &&
+           (info.family != orlane || cfg_is_on("pgm_enable_sdmmc_orlane", false).value);
+}
+
+void add_text(PGM_COMMON_XML_ELEMENT& parent, PGM_COMMON_XML_ENUM tag, const std::string& text) {
+    auto element = PGM_COMMON_XML::new_element(PGM_COMMON_XML_FILE_SDMMC, tag);
+    element->write_string(text);
+    parent.add_child(element.release(), nullptr);
+}
+
+}  // namespace
+
+ZORVA_SDMMC_MGR::ZORVA_SDMMC_MGR() : ZORVA_MGR(zorva_sdmmc_interface) {
+    fill_family_info(is_served);
+    if (!parse_golden_template_xml()) ZORVA_FAIL("Failed to parse golden template XML.");
+    if (custom_devices_are_enabled()) parse_user_xml();
+}
+
+ZORVA_SDMMC_MGR::~ZORVA_SDMMC_MGR() = default;
+
+bool ZORVA_SDMMC_MGR::parse_golden_template_xml() {
+    const std::string xml_file = zorva_golden_template_file(m_interface);
+    const auto object = parse_shipped_xml(xml_file);
+    report_file(xml_file, ZORVA_ORIGIN::SHIPPED);
+    const bool status = update_flash_list(*object, xml_file, m_flash_db_kestrin_dir_map, false);
+    ZORVA_ASSERT(status);
+    return status;
+}
+
+ZORVA_FLASH* ZORVA_SDMMC_MGR::get_flash_with_id(dword, dword) {
+    ZORVA_FAIL("Unsupported function: get_flash_with_id");
+}
+
+bool ZORVA_SDMMC_MGR::is_new_device_supported() { return custom_devices_are_enabled(); }
+bool ZORVA_SDMMC_MGR::is_flash_operation_supported() { return false; }
+bool ZORVA_SDMMC_MGR::is_flash_action_supported() { return false; }
+
+DEV_FAMILY_ENUM ZORVA_SDMMC_MGR::get_flash_family() { return m_interface.flash_family; }
+
+const std::vector<DEV_FAMILY_ENUM> ZORVA_SDMMC_MGR::get_device_family_list() {
+    return served_families();
+}
+
+const std::vector<PGMIO_CONFIG_SCHEME> ZORVA_SDMMC_MGR::get_config_mode_list() {
+    return {m_interface.config_modes.begin(), m_interface.config_modes.end()};
+}
+
+const std::vector<std::string> ZORVA_SDMMC_MGR::get_new_config_device_list(DEV_FAMILY_ENUM,
+                                                                           PGMIO_CONFIG_SCHEME,
+                                                                           bool) {
+    std::vector<std::string> names;
+    for (const auto& [name, flash] : m_flash_map) names.push_back(name);
+    return names;
+}
+
+const std::vector<std::string> ZORVA_SDMMC_MGR::get_legacy_config_device_list(DEV_FAMILY_ENUM,
+                                                                              PGMIO_CONFIG_SCHEME,
+                                                                              bool) {
+    return {};
+}
+
+const std::vector<std::string> ZORVA_SDMMC_MGR::get_device_io_voltage_list() {
+    return {m_interface.io_voltages.begin(), m_interface.io_voltages.end()};
+}
+
+const std::vector<std::string> ZORVA_SDMMC_MGR::get_device_density_list() {
+    return {m_interface.densities.begin(), m_interface.densities.end()};
+}
+
+const std::vector<std::string> ZORVA_SDMMC_MGR::get_prog_flow_template_list() { return {}; }
+const std::vector<std::string> ZORVA_SDMMC_MGR::get_user_template_list() { return {}; }
+
+ZORVA_MGR* ZORVA_SDMMC_MGR::get_new_instance() { return new ZORVA_SDMMC_MGR; }
+
+ZORVA_FLASH* ZORVA_SDMMC_MGR::create_flash(std::string device_name) {
+    return adopt_new_flash(std::make_unique<ZORVA_SDMMC_FLASH>(std::move(device_name)));
+}
+
+ZORVA_ACTION* ZORVA_SDMMC_MGR::create_action(ZORVA_ACT_TYPE) {
+    ZORVA_FAIL("Unsupported function: create_action");
+}
+
+ZORVA_OPERATION* ZORVA_SDMMC_MGR::create_operation(ZORVA_OP_TYPE) {
+    ZORVA_FAIL("Unsupported function: create_operation");
+}
+
+const std::vector<ZORVA_OPERATION*>* ZORVA_SDMMC_MGR::get_prog_flow_template_operation_list(
+    ZORVA_PROG_FLOW_TEMPLATE, ZORVA_PROG_FLOW_TYPE) {
+    return nullptr;
+}
+
+const std::vector<ZORVA_OPERATION*>* ZORVA_SDMMC_MGR::get_user_template_operation_list(
+    std::string&, ZORVA_PROG_FLOW_TYPE) {
+    return nullptr;
+}
+
+bool ZORVA_SDMMC_MGR::get_operation_editable_permission(ZORVA_FLASH*) { return false; }
+bool ZORVA_SDMMC_MGR::update_template_db(ZORVA_FLASH*, std::string) { return true; }
+bool ZORVA_SDMMC_MGR::delete_template(std::string) { return true; }
+
+std::unique_ptr<PGM_COMMON_XML_ELEMENT> ZORVA_SDMMC_MGR::create_xml_device_info(
+    ZORVA_FLASH* flash) {
+    ZORVA_ASSERT(flash);
+    std::string err_msg;
+    // The text of a report is the condition as spelled, so it stands on one line.
+    // clang-format off
+    ZORVA_ASSERT(device_io_voltage_is_valid(flash->get_parameter_value(ZORVA_FLASH_PARAM_IO_VOLTAGE), &err_msg));
+    // clang-format on
+    ZORVA_ASSERT(device_density_is_valid(flash->get_density(), &err_msg));
+    auto device_info = PGM_COMMON_XML::new_element(PGM_COMMON_XML_FILE_SDMMC,
+                                                   PGM_COMMON_XML_ENUM_DEVICE_INFO);
+    add_text(*device_info, PGM_COMMON_XML_ENUM_DEVICE_NAME, flash->get_name());
+    add_text(*device_info, PGM_COMMON_XML_ENUM_DEVICE_IO_VOLTAGE,
+             flash->get_parameter_value(ZORVA_FLASH_PARAM_IO_VOLTAGE));
+    add_text(*device_info, PGM_COMMON_XML_ENUM_DEVICE_DENSITY, flash->get_density());
+    return device_info;
+}
+
+PGM_COMMON_XML_ELEMENT* ZORVA_SDMMC_MGR::create_xml_object_with_flash_list(
+    std::vector<ZORVA_FLASH*> flash_list) {
+    ZORVA_ASSERT(flash_list.size() > 0);
+    auto root = PGM_COMMON_XML::new_root(PGM_COMMON_XML_FILE_SDMMC);
+    root->write_attribute_value("version", 1);
+    for (ZORVA_FLASH* flash : flash_list) {
+        auto element =
+            PGM_COMMON_XML::new_element(PGM_COMMON_XML_FILE_SDMMC, PGM_COMMON_XML_ENUM_FLASH);
+        element->add_child(create_xml_device_info(flash).release(), nullptr);
+        root->add_child(element.release(), nullptr);
+    }
+    return root.release();
+}
+
+void ZORVA_SDMMC_MGR::create_user_template_with_template_list(PGM_COMMON_XML_ELEMENT*&,
+                                                              std::vector<std::string>) {}
+
+bool ZORVA_SDMMC_MGR::is_legacy_config_device(const std::string&, DEV_FAMILY_ENUM,
+                                              PGMIO_CONFIG_SCHEME, bool) {
+    return false;
+}
+
+ZORVA_LOAD_REPORT ZORVA_SDMMC_MGR::judge_files(const std::vector<std::string>& files) {
+    return zorva_judge_files(zorva_sdmmc_interface, files);
+}

@@ -1,0 +1,26 @@
+// From file names to trees: where an interface's files lie and how one file is read.
+#pragma once
+
+#include "pgm/zorva/zorva_interface.h"
+
+#include <memory>
+#include <string>
+
+// Which files a scan reads.
+inline constexpr const char* ZORVA_FILE_MASK = "pgm_flash_*.xml";
+
+// Names of the shipped files of all interfaces; no other file of their directory may have one.
+inline constexpr const char* ZORVA_QSPI_SHIPPED_FILE = "pgm_flash_db_qspi.xml";
+inline constexpr const char* ZORVA_SDMMC_SHIPPED_FILE = "pgm_flash_db_sdmmc.xml";
+// True if a path leads to a shipped file, or would make one in the installation directory.
+bool zorva_is_shipped_file(const std::string& path);
+
+// Path of the shipped file and of the schema of an interface.
+std::string zorva_golden_template_file(const ZORVA_INTERFACE& interface);
+std::string zorva_xsd_file(const ZORVA_INTERFACE& interface);
+
+// The tree of a file, checked against the schema unless `golden`. Null for a file that can't be
+// taken; *error then tells why, for one with several faults in as many lines.
+std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_parse_xml_file(const ZORVA_INTERFACE& interface,
+                                                             const std::string& xml_file,
+                                                             bool golden, std::string& error);
