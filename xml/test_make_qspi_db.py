@@ -1,0 +1,263 @@
+"""What every shipped flow has to keep to, lest it harms or hangs a part; and refused sources."""
+
+import functools
+import re
+import unittest
+import xml.etree.ElementTree as ElementTree
+from itertools import groupby
+
+import make_qspi_db
+from flash_db_testing import BadSourceTests, OutputTests
+
+OPERATIONS = ["INITIALIZATION", "PROGRAM", "ERASE", "VERIFY_BLANKCHECK_EXAMINE", "TERMINATION"]
+MARKS = {"PROGRAM": "Program data", "ERASE": "Erase data", "VERIFY_BLANKCHECK_EXAMINE": "Read data"}
+
+WRITE_ENABLE, SELECT_DIE, READ_ID = "0x06", "0xC2", "0x9F"
+ANY_REGISTER_WRITE, VOLATILE_COPIES = "0x71", 0x800000  # data: an address, then the value
+NON_VOLATILE_WRITES = {"0x01", "0x11", "0x31", "0xB1"}
+REGISTER_WRITES = NON_VOLATILE_WRITES | {"0x17", ANY_REGISTER_WRITE, "0xC5"}
+MODE_SWITCHES = {  # command and data, and the number of address bytes afterwards
+    ("0xB7", ""): 4, ("0x17", "0x80"): 4,
+    ("0xE9", ""): 3, ("0x17", "0x00"): 3, ("0x99", ""): 3, ("0xF0", ""): 3,
+}
+# Where 0xB7 and 0xE9 need the write enable latch, and where 0xE9 doesn't leave 4-byte mode.
+MODE_NEEDS_WRITE_ENABLE = r"template Micron|MT25.*|N25.*|W25Q256FV"
+NO_E9 = r"template Issi|IS25.*|S25FS.*|S70FS.*"
+BUSY_BITS = {"0x05": (0x01, 0x00), "0x70": (0x80, 0x80)}  # mask and value once ready
+KIB = 1024
+SLOWEST = {4 * KIB: 800_000, 32 * KIB: 4_000_000, 64 * KIB: 4_000_000, 256 * KIB: 16_000_000}
+SLOWEST_PROGRAM, SLOWEST_REGISTER_WRITE = 3_000, 5_000_000
+
+# Parts whose erase commands aren't those of their relatives: pattern, and command to KiB.
+ODD_ERASES = {
+    r"M25P10A": {"0xD8": 32},
+    r"M25P128|S25F[LS]512S|S70F[LS]01GS": {"0xD8": 256},
+    r"M25P(?!128)[248163]\d*|S25FL\d+[AP]|S25F[LS](064|12[78]|256)S": {"0xD8": 64},
+    r"M25PX.*|N25Q(?!016).*|W25X[1248]0|IS25LQ016|S25FL\d+K": {"0x20": 4, "0xD8": 64},
+    r"MX25L(1006E|2005A|4005A|8005|1606E|3206E|6406E|12805D)": {"0x20": 4, "0xD8": 64},
+}
+
+
+class Action:
+    def __init__(self, element):
+        self.type = element.get("type")
+        self.children = {child.tag: child.text or "" for child in element}
+
+    def __getattr__(self, tag):
+        return self.children.get(tag, "")
+
+    def is_poll(self):
+        return self.COMMAND in BUSY_BITS and int(self.ATTEMPT_COUNT) > 1
+
+    def register_address(self):
+        return bytes(int(byte, 16) for byte in self.DATA.split()[:-1])
+
+    def writes_non_volatile_register(self):
+        if self.COMMAND == ANY_REGISTER_WRITE:
+            return not int.from_bytes(self.register_address(), "big") & VOLATILE_COPIES
+        return self.COMMAND in NON_VOLATILE_WRITES
+
+    def needs_write_enable(self, name):
+        return (
+            self.type in ("WRITE_DATA", "ERASE")
+            or self.type == "WRITE_REG" and self.COMMAND in REGISTER_WRITES
+            or self.COMMAND in ("0xB7", "0xE9") and re.fullmatch(MODE_NEEDS_WRITE_ENABLE, name)
+        )
+
+    def slowest(self):
+        if self.type == "WRITE_DATA":
+            return SLOWEST_PROGRAM
+        return SLOWEST[int(self.ERASE_SIZE)] if self.type == "ERASE" else SLOWEST_REGISTER_WRITE
+
+
+class Flow:
+    def __init__(self, name, element, info):
+        self.name = name
+        self.info = info
+        self.operations = {tag: [Action(a) for a in element.find(tag)] for tag in OPERATIONS}
+        self.actions = sum(self.operations.values(), [])
+        self.dies = {a.DATA for a in self.actions if a.COMMAND == SELECT_DIE} or {"0x00"}
+
+    def preparation(self, tag):
+        """What runs once, ahead of the part that is repeated over the data."""
+        actions = self.operations[tag]
+        return actions[:[a.DIRECTION for a in actions].index("start")]
+
+    def is_large(self):
+        return not self.info or int(self.info["DEVICE_DENSITY"][:-2]) > 128
+
+
+def flows_of(document):
+    for vendor in document.find("GOLDEN_TEMPLATE"):
+        for flow in vendor.find("PROGRAMMING_FLOW"):
+            yield Flow(f"template {vendor.tag.title()}", flow, None)
+    for flash in document.iter("FLASH"):
+        info = {child.tag: child.text for child in flash.find("DEVICE_INFO")}
+        for flow in flash.find("PROGRAMMING_FLOW"):
+            yield Flow(info["DEVICE_NAME"], flow, info)
+
+
+def on_each_flow(check):
+    @functools.wraps(check)
+    def test(self):
+        for flow in self.flows:
+            with self.subTest(flow.name):
+                check(self, flow)
+
+    return test
+
+
+class ShippedFlows(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.document = ElementTree.fromstring(make_qspi_db.build(make_qspi_db.SOURCES))
+        cls.flows = list(flows_of(cls.document))
+
+    def test_all_templates_and_parts_are_there_with_both_flows(self):
+        self.assertEqual(2 * (5 + 179), len(self.flows))
+
+    @on_each_flow
+    def test_write_enable_stands_right_before_all_that_needs_it(self, flow):
+        # Erase actions next to each other are one: the engine takes one of them.
+        runs = [list(run) for _, run in groupby(flow.actions, lambda a: a.type == "ERASE" or a)]
+        for before, run in zip([None] + [run[-1] for run in runs], runs):
+            if run[0].needs_write_enable(flow.name):
+                self.assertEqual(WRITE_ENABLE, before and before.COMMAND, run[0].NAME)
+
+    @on_each_flow
+    def test_poll_follows_and_outlasts_the_slowest_case_on_every_die(self, flow):
+        for actions in flow.operations.values():
+            for i, action in enumerate(actions):
+                writes = action.COMMAND in REGISTER_WRITES
+                if writes or action.type in ("WRITE_DATA", "ERASE"):
+                    self.check_polls(flow, action, actions[i + 1:], not writes)
+
+    def check_polls(self, flow, action, following, on_every_die):
+        dies, selected = set(), "0x00"
+        for poll in following:
+            if poll.COMMAND == SELECT_DIE:
+                selected = poll.DATA
+            elif poll.is_poll():
+                dies.add(selected)
+                mask, ready = BUSY_BITS[poll.COMMAND]
+                self.assertEqual(mask, int(poll.EXPECTED_DATA_MASK, 16) & mask, poll.NAME)
+                self.assertEqual(ready, int(poll.EXPECTED_DATA, 16) & mask, poll.NAME)
+                limit = int(poll.ATTEMPT_COUNT) * int(poll.DELAY)
+                self.assertGreaterEqual(limit, action.slowest(), action.NAME)
+            elif poll.type != "ERASE":
+                break
+        self.assertTrue(dies, f"no poll after {action.NAME}")
+        if on_every_die:
+            self.assertEqual(flow.dies, dies, action.NAME)
+
+    @on_each_flow
+    def test_winbond_parts_of_several_dies_select_each(self, flow):
+        if flow.info and flow.info["PROG_FLOW_TEMPLATE"] == "Winbond":
+            self.assertEqual(int(flow.info["TOTAL_DEVICE_DIE"]), len(flow.dies))
+
+    @on_each_flow
+    def test_4byte_addressing_is_entered_above_128mb_only_and_left(self, flow):
+        modes, selected = dict.fromkeys(flow.dies, 3), "0x00"
+        for tag, actions in flow.operations.items():
+            for action in actions:
+                if action.COMMAND == SELECT_DIE:
+                    selected = action.DATA
+                if (action.COMMAND, action.DATA) in MODE_SWITCHES:
+                    modes[selected] = MODE_SWITCHES[action.COMMAND, action.DATA]
+                if action.ADDRESSING_MODE:
+                    self.assertEqual({int(action.ADDRESSING_MODE)}, set(modes.values()))
+                if action.COMMAND == ANY_REGISTER_WRITE:
+                    self.assertEqual({len(action.register_address())}, set(modes.values()))
+            expected = 4 if flow.is_large() and tag != "TERMINATION" else 3
+            self.assertEqual({expected}, set(modes.values()), f"after {tag}")
+        if re.fullmatch(NO_E9, flow.name):
+            self.assertNotIn("0xE9", [action.COMMAND for action in flow.actions])
+
+    @on_each_flow
+    def test_repeated_part_stands_between_marks_and_takes_addresses_from_the_file(self, flow):
+        for tag, actions in flow.operations.items():
+            marks = [(a.DESCRIPTION, a.DIRECTION) for a in actions if a.type == "CUSTOM"]
+            inside = [a for a in actions
+                      if a.type in ("WRITE_DATA", "ERASE") or a.ADDRESS == "jic"]
+            if tag not in MARKS:
+                self.assertEqual(([], []), (marks, inside), tag)
+                continue
+            self.assertEqual([(MARKS[tag], "start"), ("End of data?", "end")], marks)
+            self.assertEqual("end", actions[-1].DIRECTION)
+            self.assertEqual({"jic"}, {a.ADDRESS for a in inside}, tag)
+            self.assertFalse(set(inside) & set(flow.preparation(tag)), tag)
+
+    @on_each_flow
+    def test_erase_actions_are_one_block_of_the_sizes_that_the_part_has(self, flow):
+        runs = [list(run) for erases, run in
+                groupby(flow.operations["ERASE"], lambda a: a.type == "ERASE") if erases]
+        self.assertEqual(1, len(runs))
+        sizes = {a.COMMAND: int(a.ERASE_SIZE) // KIB for a in runs[0]}
+        usual = [{"0x20": 4, "0xD8": 64}, {"0x20": 4, "0x52": 32, "0xD8": 64}]
+        odd = [o for pattern, o in ODD_ERASES.items() if re.fullmatch(pattern, flow.name)]
+        self.assertIn(sizes, odd or usual + [{"0xD8": 64}] * (flow.info is None))
+
+    @on_each_flow
+    def test_id_is_checked_before_anything_is_written_to_a_device(self, flow):
+        commands = [action.COMMAND for action in flow.operations["INITIALIZATION"]]
+        if not flow.info:
+            self.assertNotIn(READ_ID, commands)
+            return
+        at = commands.index(READ_ID)
+        self.assertNotIn(WRITE_ENABLE, commands[:at])
+        expected = flow.operations["INITIALIZATION"][at].EXPECTED_DATA
+        self.assertTrue(expected.startswith(flow.info["DEVICE_ID"]), expected)
+
+    @on_each_flow
+    def test_examining_writes_no_non_volatile_register_and_repeating_none_either(self, flow):
+        allowed = flow.preparation("PROGRAM") + flow.preparation("ERASE")
+        for action in flow.actions:
+            if action not in allowed:
+                self.assertFalse(action.writes_non_volatile_register(), action.NAME)
+
+    @on_each_flow
+    def test_clearing_protection_on_every_die_keeps_quad_enable_where_there_is_one(self, flow):
+        if not flow.info:
+            return
+        vendor = flow.info["PROG_FLOW_TEMPLATE"]
+        on = "0x40" if vendor in ("Macronix", "Issi") else "0x00 0x02"
+        quad = vendor != "Micron" and flow.info["DUMMY_CLOCK_CYCLE_X4"] != "0"
+        for tag in ("PROGRAM", "ERASE"):
+            written, selected = {}, "0x00"
+            for action in flow.preparation(tag):
+                if action.COMMAND == SELECT_DIE:
+                    selected = action.DATA
+                if action.COMMAND == "0x01":
+                    written[selected] = action.DATA
+            self.assertEqual(dict.fromkeys(flow.dies, on if quad else "0x00"), written, tag)
+
+
+class Output(OutputTests, unittest.TestCase):
+    DATABASE = make_qspi_db
+
+
+class BadSources(BadSourceTests, unittest.TestCase):
+    DATABASE = make_qspi_db
+    CASES = [
+        ("parts.csv", "vendor,name,", "name,vendor,", r"1: the columns have to be"),
+        ("parts.csv", "1,8,10,n25q,", "1,8,n25q,", r"2: 12 columns instead of 13"),
+        ("parts.csv", "MT25QU128,", "MT25QL128,", r"3: 'MT25QL128' is there twice"),
+        ("parts.csv", "Micron,MT25QL128", "Micro,MT25QL128", r"2: 'Micro' is not valid"),
+        ("parts.csv", "128Mb,3.0V", "129Mb,3.0V", r"2: '129Mb' is not valid for density"),
+        ("parts.csv", "0x52=32", "0x52=33", r"2: .* is not valid for erase"),
+        ("parts.csv", ",n25q,", ",n26q,", r"2: Micron has no flow 'n26q'"),
+        ("micron.flow", "golden MT25", "golden MX25", r"2: golden has to name"),
+        ("micron.flow", "like plain", "like that", r"\d+: there is no flow 'that'"),
+        ("micron.flow", "n25q_small", "m25p", r"\d+: 'm25p' is there twice"),
+        ("micron.flow", "use     write_disable", "use     it", r"\d+: .*'it' above"),
+        ("common.flow", "[Verify]", "[Erase]", r"\d+: 'Erase' is there twice"),
+        ("common.flow", "[Verify]", "[Read]", r"\d+: '\[Read\]' is no section"),
+        ("common.flow", "    erase\n", "    erase 4\n", r"\d+: 'erase 4' is no step"),
+        ("common.flow", "0x99    delay 400", "0x99 delay -1", r"\d+: '-1' is not"),
+        ("common.flow", "mask protection", "", r"\d+: read needs mask"),
+        ("common.flow", "block software_reset", "", r"\d+: 'write' has to stand"),
+    ]
+
+
+if __name__ == "__main__":
+    unittest.main()
