@@ -1,0 +1,131 @@
+#include "tools/zorva/address.h"
+
+#include "tools/zorva/failure.h"
+#include "tools/zorva/field_editor.h"
+#include "tools/zorva/flow.h"
+#include "tools/zorva/interface.h"
+#include "tools/zorva/text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <regex>
+
+namespace zorva_tool {
+
+namespace {
+
+struct operation_row {
+    ZORVA_OP_TYPE type;
+    const char* name;
+};
+constexpr operation_row operations[] = {
+    {ZORVA_OP_TYPE_INITIALIZATION, "initialization"},
+    {ZORVA_OP_TYPE_PROGRAM, "program"},
+    {ZORVA_OP_TYPE_ERASE, "erase"},
+    {ZORVA_OP_TYPE_VERIFY_BLANKCHECK_EXAMINE, "verify"},
+    {ZORVA_OP_TYPE_TERMINATION, "termination"},
+};
+
+struct address {
+    ZORVA_PROG_FLOW_TYPE flow;
+    ZORVA_OP_TYPE operation;
+    std::size_t number;
+    std::string property;
+};
+
+// The row of that name; `what` stands for it in the failure.
+const auto& row_of(const auto& rows, const std::string& name, const char* what) {
+    std::vector<std::string> names;
+    for (const auto& row : rows) {
+        if (row.name == name) return row;
+        names.emplace_back(row.name);
+    }
+    throw failure(exit_command_line,
+                  fmt::format("There is no {} '{}'; there are {}.", what, name, joined(names)),
+                  nearest(name, names));
+}
+
+address parse_address(const std::string& text) {
+    static const std::regex form(R"((\w+)\.(\w+)\[(\d{1,9})\]\.(\w+))");
+    std::smatch parts;
+    if (!std::regex_match(text, parts, form))
+        throw failure(exit_command_line,
+                      fmt::format("'{}' is no address; sfl.program[2].delay is one.", text));
+    return {row_of(flow_table(), parts[1], "flow").type,
+            row_of(operations, parts[2], "operation").type, std::stoul(parts[3]), parts[4]};
+}
+
+const std::vector<ZORVA_ACTION*>& actions_of(ZORVA_FLASH& flash, const address& address) {
+    for (ZORVA_OPERATION* operation : *flash.get_operation_list(address.flow))
+        if (operation->get_operation_type() == address.operation)
+            return *operation->get_action_list();
+    static const std::vector<ZORVA_ACTION*> none;
+    return none;
+}
+
+ZORVA_ACTION& action_at(ZORVA_FLASH& flash, const address& address, const std::string& text) {
+    const std::vector<ZORVA_ACTION*>& actions = actions_of(flash, address);
+    if (address.number == 0 || address.number > actions.size())
+        throw refusal(fmt::format("{} isn't there: the number of actions is {}.",
+                                  text.substr(0, text.rfind('.')), actions.size()));
+    return *actions[address.number - 1];
+}
+
+ZORVA_ACT_PROPERTY property_at(ZORVA_ACTION& action, const std::string& key) {
+    std::vector<std::string> keys;
+    for (const ZORVA_ACT_PROPERTY property : action.get_property_enum_list()) {
+        keys.emplace_back(property_key(action, property));
+        if (keys.back() == key) return property;
+    }
+    throw refusal(
+        fmt::format("This action is of the type '{}', which has no property '{}'; it has {}.",
+                    action.get_name(), key, joined(keys)));
+}
+
+// Whether an action reads the ID and expects another one. It may look at fewer bytes than the ID
+// has, or at more.
+bool contradicts(ZORVA_ACTION& action, const std::string& id) {
+    constexpr dword read_jedec_id = 0x9F;
+    if (action.get_action_type() != ZORVA_ACT_TYPE_READ_REGISTER ||
+        action.get_property_value_in_dword(ZORVA_ACT_PROPERTY_RR_COMMAND) != read_jedec_id)
+        return false;
+    const std::string expected =
+        upper_case(action.get_property_value(ZORVA_ACT_PROPERTY_RR_EXPECTED_DATA));
+    return !id.starts_with(expected) && !expected.starts_with(id);
+}
+
+}  // namespace
+
+void set_property(ZORVA_MGR& manager, ZORVA_FLASH& flash, const std::string& text,
+                  const std::string& value) {
+    if (!manager.is_flash_operation_supported())
+        throw lacks_field(interface_of(manager.get_flash_family()));
+    const address address = parse_address(text);
+    ZORVA_ACTION& action = action_at(flash, address, text);
+    const ZORVA_ACT_PROPERTY property = property_at(action, address.property);
+    if (!action.property_value_is_enable(property))
+        throw refusal(fmt::format("{} is fixed to {}.", text, action.get_property_value(property)));
+    if (printable(value) != value)
+        throw refusal(fmt::format("'{}' holds a character that a file can't hold.", value));
+    const quiet quiet;
+    std::string sentence;
+    if (!action.property_value_is_valid(property, value, &sentence)) throw refusal(sentence);
+    action.set_property_value(property, value);
+}
+
+std::vector<std::string> contradictions_of_id(ZORVA_FLASH& flash) {
+    const std::string id = upper_case(flash.get_parameter_value(ZORVA_FLASH_PARAM_ID));
+    std::vector<std::string> places;
+    for (const flow_row& flow : flow_table())
+        for (const operation_row& operation : operations) {
+            const auto& actions = actions_of(flash, {flow.type, operation.type, 0, {}});
+            for (std::size_t i = 0; i < actions.size(); ++i)
+                if (contradicts(*actions[i], id))
+                    places.push_back(
+                        fmt::format("{}.{}[{}].expected_data", flow.name, operation.name, i + 1));
+        }
+    return places;
+}
+
+}  // namespace zorva_tool

@@ -1,0 +1,175 @@
+#include "tools/zorva/database.h"
+
+#include "pgm/zorva/zorva_helper.h"
+#include "services/settings.h"
+#include "tools/zorva/interface.h"
+#include "tools/zorva/text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace zorva_tool {
+
+namespace {
+
+// An empty directory would stand for the current one, which nobody chose.
+void set_custom_dir(const custom_directory& custom_dir) {
+    if (!custom_dir.is_default && !custom_dir.exists())
+        throw failure(exit_file,
+                      fmt::format("The custom directory {} (chosen by {}) doesn't exist.",
+                                  custom_dir.path, custom_dir.chosen_by));
+    ZORVA_MGR::set_db_custom_dir(custom_dir.path.empty() ? ZORVA_MGR::get_db_kestrin_dir()
+                                                         : custom_dir.path);
+}
+
+// Why the shipped data couldn't be loaded: what judging the files by themselves tells, else the
+// condition that the library found broken.
+std::string load_failure(const std::string& condition) {
+    for (const interface_row* row : selected_interfaces("all")) {
+        if (row->setting != nullptr && !cfg_is_on(row->setting, false).value) continue;
+        const std::string file = ZORVA_MGR::get_db_kestrin_dir() + row->shipped_file;
+        const ZORVA_FILE_REPORT report = row->judge_files({file}).front();
+        std::vector<ZORVA_FINDING> findings = report.findings;
+        for (const ZORVA_DEFINITION& definition : report.definitions)
+            findings.insert(findings.end(), definition.findings.begin(),
+                            definition.findings.end());
+        if (findings.empty()) continue;
+        const std::string place = findings[0].line == 0
+                                      ? ""
+                                      : fmt::format("{}:{}: ", file, findings[0].line);
+        return fmt::format("The shipped database can't be loaded: {}{}", place,
+                           findings[0].sentence);
+    }
+    return fmt::format("The shipped database in {} can't be loaded: {}",
+                       ZORVA_MGR::get_db_kestrin_dir(), condition);
+}
+
+// The registry loads when it is first asked for; an earlier command of this process left it empty.
+void load_registry() {
+    try {
+        ZORVA_HELPER* registry = ZORVA_HELPER::get_helper();
+        if (registry->get_manager_list().empty()) registry->refresh();
+    } catch (const internal_error& error) {
+        throw failure(exit_file, load_failure(error.text));
+    }
+}
+
+// A skipped file posts no message, and the messages of a bad device don't name its file.
+void report_faulty_files(ZORVA_MGR& manager, output& out) {
+    for (const ZORVA_FILE_REPORT& file : manager.get_load_report()) {
+        const bool refuses = std::ranges::any_of(file.definitions, [](const auto& definition) {
+            return definition.state == ZORVA_DEFINITION_STATE::REFUSED;
+        });
+        if (file.state == ZORVA_FILE_STATE::READ && !refuses) continue;
+        if (interface_for(file.path).family != manager.get_flash_family()) continue;
+        const bool skipped = file.state == ZORVA_FILE_STATE::SKIPPED;
+        out.warning("warning[file]", fmt::format("{} was {}; 'zorva lint' tells why.", file.path,
+                                                 skipped ? "skipped" : "read in part"));
+    }
+}
+
+}  // namespace
+
+database::database(const std::string& custom_dir_option, const std::string& interface_name,
+                   output& out)
+    : m_custom_dir(choose_custom_directory(custom_dir_option)) {
+    set_custom_dir(m_custom_dir);
+    load_registry();
+    const auto managers = ZORVA_HELPER::get_helper()->get_manager_list();
+    for (ZORVA_MGR* manager : managers) report_faulty_files(*manager, out);
+    m_files = merged(managers);
+    select_managers(interface_name);
+    index_definitions();
+}
+
+database::~database() { ZORVA_HELPER::get_helper()->clear(); }
+
+void database::select_managers(const std::string& interface_name) {
+    const auto managers = ZORVA_HELPER::get_helper()->get_manager_list();
+    const auto selected = selected_interfaces(interface_name);
+    for (const interface_row* row : selected) {
+        const auto found = std::ranges::find_if(managers, [&](ZORVA_MGR* manager) {
+            return manager->get_flash_family() == row->family;
+        });
+        if (found != managers.end()) m_managers.push_back(*found);
+    }
+    if (!m_managers.empty()) return;
+    throw switched_off(*selected[0], selected[0]->setting);
+}
+
+void database::index_definitions() {
+    for (const ZORVA_MGR* manager : m_managers)
+        for (const ZORVA_FILE_REPORT& file : manager->get_load_report())
+            for (const ZORVA_DEFINITION& is : file.definitions)
+                if (is.kind == ZORVA_DEFINITION_KIND::DEVICE)
+                    m_definitions[{manager, is.name}].push_back({&file, &is});
+}
+
+std::vector<device> database::devices(ZORVA_MGR& manager) const {
+    std::vector<device> devices;
+    // An empty mask fits every device.
+    for (ZORVA_FLASH* flash : manager.get_flash_list_with_id(0, 0)) {
+        const std::string name = flash->get_name();
+        const auto found = m_definitions.find({&manager, name});
+        devices.push_back({&manager, name, flash,
+                           found == m_definitions.end() ? std::vector<definition>()
+                                                        : found->second});
+    }
+    return devices;
+}
+
+std::vector<device> database::devices() const {
+    std::vector<device> all;
+    for (ZORVA_MGR* manager : m_managers)
+        std::ranges::move(devices(*manager), std::back_inserter(all));
+    return all;
+}
+
+device database::get(const std::string& name) const {
+    std::vector<device> found;
+    for (ZORVA_MGR* manager : m_managers) {
+        // A legacy name comes first, as in the library's own look-up.
+        if (manager->device_is_legacy(name, true))
+            found.push_back({manager, name, nullptr, {}});
+        else
+            std::ranges::copy_if(devices(*manager), std::back_inserter(found),
+                                 [&](const device& device) { return device.name == name; });
+    }
+    if (found.empty()) throw not_found("device", name, device_names());
+    if (found.size() > 1)
+        throw refusal(fmt::format("More than one interface knows a device '{}'; --interface tells "
+                                  "which is meant.",
+                                  name));
+    return found.front();
+}
+
+std::vector<std::string> database::device_names() const {
+    std::vector<std::string> names;
+    for (const device& device : devices()) names.push_back(device.name);
+    for (ZORVA_MGR* manager : m_managers)
+        std::ranges::copy(manager->get_legacy_config_device_list(
+                              manager->get_active_device_family(),
+                              manager->get_active_config_mode(), true),
+                          std::back_inserter(names));
+    return names;
+}
+
+std::vector<std::string> database::template_names() const {
+    std::vector<std::string> names;
+    for (ZORVA_MGR* manager : m_managers)
+        std::ranges::copy(manager->get_prog_flow_template_list(), std::back_inserter(names));
+    return names;
+}
+
+failure database::not_found(const std::string& what, const std::string& name,
+                            const std::vector<std::string>& names) const {
+    failure failure(exit_no, fmt::format("There is no {} '{}'.", what, name),
+                    nearest(name, names));
+    failure.searched = {ZORVA_MGR::get_db_kestrin_dir()};
+    if (!m_custom_dir.path.empty()) failure.searched.push_back(m_custom_dir.path);
+    return failure;
+}
+
+}  // namespace zorva_tool

@@ -1,0 +1,109 @@
+// zorva copy, zorva set, zorva rm
+#include "tools/zorva/command_line.h"
+#include "tools/zorva/record.h"
+#include "tools/zorva/text.h"
+#include "tools/zorva/writer.h"
+
+#include <fmt/format.h>
+
+#include <memory>
+
+namespace zorva_tool {
+
+namespace {
+
+struct edit_options {
+    write_options write;
+    std::string name;
+    std::string new_name;
+    std::vector<std::string> assignments;
+};
+
+std::string with_field_help(const std::string& examples) {
+    return fmt::format(
+        "{}\n\n"
+        "FIELD is one of {};\n"
+        "'template' takes the flows of that template. It is also the property of an action:\n"
+        "FLOW.OPERATION[NUMBER].PROPERTY, with the number that 'zorva show' prints.",
+        examples, joined(settable_fields()));
+}
+
+int copy(context& context, const edit_options& options) {
+    const database& db = context.db();
+    const device original = db.get(options.name);
+    ZORVA_MGR& manager = *original.manager;
+    check_new_devices_are_supported(manager);
+    if (original.is_legacy())
+        throw refusal(
+            fmt::format("{} is a legacy device, which has no flows to copy; 'zorva new' "
+                        "makes a device from a template.",
+                        original.name));
+    const std::string directory = directory_for_new(db, options.write.to);
+    check_new_device_name(db, manager, options.new_name);
+    ZORVA_FLASH& record = new_copy(manager, *original.flash, options.new_name);
+    apply(manager, record, options.assignments);
+    writer writer(context, options.write);
+    writer.store_device(manager, record, directory);
+    return writer.finish();
+}
+
+int set(context& context, const edit_options& options) {
+    const device stored = context.db().get(options.name);
+    ZORVA_MGR& manager = *stored.manager;
+    check_new_devices_are_supported(manager);
+    const std::string directory = directory_of(
+        stored, fmt::format("to change it, copy it: zorva copy {} MY_NAME", stored.name));
+    ZORVA_FLASH& record = new_copy(manager, *stored.flash, stored.name);
+    apply(manager, record, options.assignments);
+    writer writer(context, options.write);
+    writer.store_device(manager, record, directory);
+    return writer.finish();
+}
+
+int remove(context& context, const edit_options& options) {
+    const device stored = context.db().get(options.name);
+    check_new_devices_are_supported(*stored.manager);
+    const std::string directory = directory_of(stored, "only devices of your own can be removed.");
+    writer writer(context, options.write);
+    writer.remove_device(stored, directory);
+    return writer.finish();
+}
+
+}  // namespace
+
+void add_edit(command_line& line) {
+    const auto options = std::make_shared<edit_options>();
+    CLI::App* copy_command =
+        line.add(line.app(), "copy", "Make a device of your own from another one",
+                 with_field_help("  zorva copy MT25QU128 MY_FLASH\n"
+                                 "  zorva copy MT25QU128 MY_FLASH --set density=256Mb "
+                                 "'id=0x20 0xBB 0x19'"),
+                 [options](context& context) { return copy(context, *options); });
+    CLI::App* set_command =
+        line.add(line.app(), "set", "Change values of a device of your own",
+                 with_field_help("  zorva set MY_FLASH voltage=1.8V dummy=10\n"
+                                 "  zorva set MY_FLASH 'sfl.program[2].delay=10'"),
+                 [options](context& context) { return set(context, *options); });
+    CLI::App* rm_command =
+        line.add(line.app(), "rm", "Remove a device of your own",
+                 "  zorva rm MY_FLASH\n"
+                 "  zorva rm MY_FLASH --dry-run",
+                 [options](context& context) { return remove(context, *options); });
+    for (CLI::App* command : {copy_command, set_command, rm_command}) {
+        command->add_option("DEVICE", options->name, "Name of the device")
+            ->required()
+            ->type_name("");
+        add_dry_run(*command, options->write);
+    }
+    copy_command->add_option("NEW", options->new_name, "Name of the new device: letters, digits, _")
+        ->required()
+        ->type_name("");
+    copy_command->add_option("--set", options->assignments, "What differs")
+        ->type_name("FIELD=VALUE");
+    add_to(*copy_command, options->write);
+    set_command->add_option("FIELD=VALUE", options->assignments, "What to change")
+        ->required()
+        ->type_name("");
+}
+
+}  // namespace zorva_tool

@@ -1,0 +1,44 @@
+// How the fields of a device are set: what each takes, and what the library says of other values.
+#pragma once
+
+#include "pgm/zorva/zorva_mgr.h"
+
+#include <string>
+
+namespace zorva_tool {
+
+// While it lives, the library's warnings aren't posted: what they say is told by a failure.
+class quiet {
+  public:
+    quiet();
+    ~quiet();
+    quiet(const quiet&) = delete;
+    quiet& operator=(const quiet&) = delete;
+};
+
+// Throws a refusal, in the library's words, if a parameter doesn't take a value.
+void check_value(ZORVA_MGR& manager, ZORVA_FLASH_PARAM param, const std::string& value);
+
+// A field that can be set in a record that isn't stored yet.
+struct field_editor {
+    ZORVA_FLASH_PARAM param;
+    // Stores a value in a record; a refusal if the parameter doesn't take it.
+    void (*store)(ZORVA_MGR&, ZORVA_FLASH&, ZORVA_FLASH_PARAM, const std::string& value);
+    // Which values it takes, for people.
+    std::string (*allowed)(ZORVA_MGR&, ZORVA_FLASH_PARAM);
+
+    bool is_known_to(ZORVA_MGR& manager) const { return manager.is_parameter_valid(param); }
+    // A refusal also where the interface doesn't have the field.
+    void set(ZORVA_MGR& manager, ZORVA_FLASH& flash, const std::string& value) const;
+};
+
+// By the names of the fields. Setting the template takes its flows, in place of the record's.
+extern const field_editor id_editor;
+extern const field_editor density_editor;
+extern const field_editor voltage_editor;
+extern const field_editor dies_editor;
+extern const field_editor dummy_editor;
+extern const field_editor dummy_x4_editor;
+extern const field_editor template_editor;
+
+}  // namespace zorva_tool

@@ -1,0 +1,38 @@
+// The flash interfaces that the tool knows; what differs between them stands here.
+#pragma once
+
+#include "pgm/zorva/zorva_mgr.h"
+#include "tools/zorva/failure.h"
+
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace zorva_tool {
+
+struct interface_row {
+    const char* name;   // as --interface takes it
+    const char* label;  // as a person reads it
+    DEV_FAMILY_ENUM family;            // of its manager
+    const char* shipped_file;
+    const char* root;                  // the root element of its documents
+    bool PGMDEV_DEVICE_INFO::*serves;  // whether it serves a device family
+    const char* setting;               // the switch that it hangs on; null if it is always on
+    const char* custom_setting;        // the same for devices of one's own
+    // Judges files without loading the database.
+    ZORVA_LOAD_REPORT (*judge_files)(const std::vector<std::string>& files);
+};
+
+// The interfaces that `name` selects, "all" or the name of one.
+std::vector<const interface_row*> selected_interfaces(const std::string& name);
+const interface_row& interface_of(DEV_FAMILY_ENUM family);
+// The interface that a file is meant for; the first if it doesn't tell.
+const interface_row& interface_for(const std::string& file);
+
+
+failure switched_off(const interface_row& row, const char* setting);
+// The refusal of what only the devices of another interface have.
+refusal lacks_field(const interface_row& row);
+
+}  // namespace zorva_tool
