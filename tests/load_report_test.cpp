@@ -1,0 +1,134 @@
+// What a manager reports of its load, and what judging files alone reports.
+#include "tests/test_support.h"
+
+#include <algorithm>
+
+namespace {
+
+// A report as text, a line a file and a line a definition: what the rows below are compared with.
+std::string told(const ZORVA_LOAD_REPORT& report, const std::string& root) {
+    const char* const file_states[] = {"read", "read in part", "skipped"};
+    const char* const states[] = {"in force", "hidden", "refused", "not read"};
+    const auto relative = [&](const std::string& path) {
+        return path.starts_with(root) ? path.substr(root.size()) : path;
+    };
+    const auto findings = [](const std::vector<ZORVA_FINDING>& list) {
+        std::string text;
+        for (const ZORVA_FINDING& finding : list)
+            text +=
+                " [" + std::to_string(finding.id) + " line " + std::to_string(finding.line) + "]";
+        return text;
+    };
+    std::string text;
+    for (const ZORVA_FILE_REPORT& file : report) {
+        text += relative(file.path) + ": " + file_states[static_cast<int>(file.state)] +
+                findings(file.findings) + "\n";
+        for (const ZORVA_DEFINITION& definition : file.definitions)
+            text += std::string(definition.kind == ZORVA_DEFINITION_KIND::DEVICE ? "  device "
+                                                                                 : "  template ") +
+                    definition.name + " line " + std::to_string(definition.line) + ": " +
+                    states[static_cast<int>(definition.state)] +
+                    (definition.hidden_by.empty() ? "" : " by " + relative(definition.hidden_by)) +
+                    findings(definition.findings) + "\n";
+    }
+    return text;
+}
+
+// Definitions by lines of their own, so that a line number can be told at a glance.
+std::string short_device(const std::string& name, const std::string& density = "1Mb") {
+    std::string xml = device({.name = name, .density = density, .flow = ""});
+    std::erase(xml, '\n');
+    std::string flow = flows("", "");
+    std::erase(flow, '\n');
+    return replaced(xml, "</FLASH>", "\n" + flow + "\n</FLASH>\n");
+}
+
+std::string short_template(const std::string& name, const std::string& direction = "end") {
+    std::string xml =
+        user_template(name, flows(replaced(action(ZORVA_ACT_TYPE_CUSTOM), "start", direction), ""));
+    std::erase(xml, '\n');
+    return xml + "\n";
+}
+
+class LoadReportTest : public InstallationTest {
+  protected:
+    LoadReportTest() { write_shipped(document(short_device("SHIP") + golden_template())); }
+};
+
+TEST_F(LoadReportTest, TellsOfEachFileAndEachDefinition) {
+    write_installed("pgm_flash_1.xml",
+                    document(short_device("BOTH") +            // line 2
+                             short_template("Early") +         // 5
+                             short_template("Bad", "begin") +  // 6
+                             short_device("ALONE")));          // 7
+    write_custom("pgm_flash_1.xml",
+                 document(short_device("SHIP") +     // line 2
+                          short_device("BOTH") +     // 5
+                          short_template("Early") +  // 8
+                          short_template("Late")));  // 9
+    write_custom("pgm_flash_2.xml",
+                 document(short_device("FIRST") +         // line 2
+                          short_device("WRONG", "3Mb") +  // 5
+                          short_template("Behind") +      // 8
+                          short_device("BEHIND")));       // 9
+    write_custom("pgm_flash_3.xml", document("\n<SPARE/>\n"));
+    ZORVA_QSPI_MGR mgr;
+    const ZORVA_LOAD_REPORT& report = mgr.get_load_report();
+    EXPECT_EQ(told(report, m_root),
+              "xml/pgm_flash_db_qspi.xml: read\n"
+              "  device SHIP line 2: hidden by custom/pgm_flash_1.xml\n"
+              "xml/pgm_flash_1.xml: read\n"
+              "  device BOTH line 2: hidden by custom/pgm_flash_1.xml\n"
+              "  device ALONE line 7: in force\n"
+              "  template Early line 5: in force\n"
+              "  template Bad line 6: refused [20507 line 6]\n"
+              "custom/pgm_flash_1.xml: read in part\n"
+              "  device SHIP line 2: in force\n"
+              "  device BOTH line 5: in force\n"
+              "  template Early line 8: hidden by xml/pgm_flash_1.xml\n"
+              "  template Late line 9: not read\n"
+              "custom/pgm_flash_2.xml: read in part\n"
+              "  device FIRST line 2: in force\n"
+              "  device WRONG line 5: refused [20478 line 5]\n"
+              "  device BEHIND line 9: not read\n"
+              "  template Behind line 8: not read\n"
+              "custom/pgm_flash_3.xml: skipped [0 line 3]\n");
+    EXPECT_EQ(report[0].origin, ZORVA_ORIGIN::SHIPPED);
+    EXPECT_EQ(report[1].origin, ZORVA_ORIGIN::INSTALLATION);
+    EXPECT_EQ(report[2].origin, ZORVA_ORIGIN::CUSTOM);
+    EXPECT_EQ(report[0].reason, "");
+    EXPECT_EQ(report[2].reason, "Reading ended at the template 'Early' in line 8.");
+    EXPECT_EQ(report[3].reason, "Reading ended at the device 'WRONG' in line 5.");
+    EXPECT_EQ(report[3].definitions[1].findings[0].sentence, "Device density '3Mb' is invalid.");
+    EXPECT_EQ(report[4].reason, report[4].path + ":3: " + report[4].findings[0].sentence);
+}
+
+TEST_F(LoadReportTest, JudgingFilesReadsOnBehindABadDefinition) {
+    const std::string first = write_custom("a.xml", document(short_device("A") +  // line 2
+                                                             short_device("WRONG", "3Mb") +    // 5
+                                                             short_template("Bad", "begin") +  // 8
+                                                             short_device("A") +               // 9
+                                                             short_device("SHIP")));           // 12
+    const std::string second = write_custom("b.xml", document(short_device("A") +       // line 2
+                                                              short_template("Bad")));  // 5
+    const std::string third = write_installed("c.xml", document(short_device("A")));
+    EXPECT_EQ(
+        told(ZORVA_QSPI_MGR::judge_files({first, second, third, m_root + "missing.xml"}), m_root),
+        "custom/a.xml: read\n"
+        "  device A line 2: in force\n"
+        "  device WRONG line 5: refused [20478 line 5]\n"
+        "  template Bad line 8: refused [20507 line 8]\n"
+        "  device A line 9: refused [20482 line 9]\n"
+        "  device SHIP line 12: in force\n"
+        "custom/b.xml: read\n"
+        "  device A line 2: refused [20482 line 2]\n"
+        "  template Bad line 5: refused [20676 line 5]\n"
+        "xml/c.xml: read\n"
+        "  device A line 2: in force\n"
+        "missing.xml: skipped [0 line 0]\n");
+    EXPECT_EQ(joined(posted_ids()), "");
+    EXPECT_EQ(ZORVA_QSPI_MGR::judge_files({m_root + "missing.xml"})[0].reason,
+              m_root + "missing.xml not found.");
+}
+
+}  // namespace

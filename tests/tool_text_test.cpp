@@ -1,0 +1,80 @@
+// Texts of the tool, and the pages that tell of it.
+#include "tests/tool_test.h"
+
+#include "tools/zorva/text.h"
+
+#include <fstream>
+
+using namespace zorva_tool;
+
+namespace {
+
+TEST(ToolTextTest, SpellsOutWhatATerminalMustNotSee) {
+    const std::pair<std::string, const char*> rows[] = {
+        {"W25Q \xC3\xA9 \xE2\x82\xAC", "W25Q \xC3\xA9 \xE2\x82\xAC"},
+        {"a\tb\x1B[0m\x7F", R"(a\x09b\x1B[0m\x7F)"},
+        {"\xC2\x9B", R"(\xC2\x9B)"},  // a control character beyond ASCII
+        {"\xC0\x9B", R"(\xC0\x9B)"},  // too long a spelling of one
+        {"\xE2\x82", R"(\xE2\x82)"},  // cut off
+        {"\xFF z \x80", R"(\xFF z \x80)"},
+    };
+    for (const auto& [text, expected] : rows) EXPECT_EQ(printable(text), expected);
+}
+
+TEST(ToolTextTest, ReadsDensities) {
+    const std::pair<const char*, qword> good[] = {
+        {"1Mb", 131072},     {"128Mb", 16777216},  {"2Gb", 268435456},  {"8GB", 8589934592},
+        {"16MiB", 16777216}, {"16 MiB", 16777216}, {"512 KiB", 524288}, {"0Mb", 0}};
+    for (const auto& [text, bytes] : good) EXPECT_EQ(parse_density(text), bytes) << text;
+    for (const char* text : {"", "Mb", "128", "128mb", "128 Mbit", "-1Mb", "1.5Mb", " 1Mb",
+                             "99999999999999999999Mb", "18446744073709551615GB"})
+        EXPECT_EQ(parse_density(text), std::nullopt) << text;
+}
+
+TEST(ToolTextTest, SuggestsNamesThatComeNear) {
+    const std::vector<std::string> names = {"MT25QL128", "MT25QL256", "MT25QU128",
+                                            "MT25QU256", "W25Q128JV", "A"};
+    const std::pair<const char*, const char*> rows[] = {{"MT25QU12", "MT25QU128 MT25QL128"},
+                                                        {"mt25qu128", "MT25QU128 MT25QL128"},
+                                                        {"W25Q", "W25Q128JV"},
+                                                        {"W52Q128JV", "W25Q128JV"},
+                                                        {"MT25", "MT25QL128 MT25QL256 MT25QU128"},
+                                                        {"X", ""},
+                                                        {"QQQQQQQQ", ""},
+                                                        {"", ""}};
+    for (const auto& [name, expected] : rows)
+        EXPECT_EQ(::joined(nearest(name, names)), expected) << name;
+}
+
+std::string page(const std::string& name) {
+    std::ifstream file(std::string(ZORVA_SOURCE_DIR "/docs/") + name);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(ToolTextTest, ThePageOfMessagesTellsOfEachMessage) {
+    const std::string text = page("messages.md");
+    for (const ZORVA_MESSAGE_INFO& message : ZORVA_MGR::get_message_list()) {
+        std::string sentence = message.text;
+        for (const std::string place : {"%1!s!", "%1!d!", "%2!s!"})
+            if (contains(sentence, place)) sentence = replaced(sentence, place, "\u2026");
+        const std::string row = "\n| " + std::to_string(message.id) + " | " + sentence +
+                                (sentence.empty() ? "| " : " | ");
+        const std::size_t at = text.find(row);
+        ASSERT_NE(at, std::string::npos) << row;
+        EXPECT_NE(text[at + row.size()], '\n') << "what to do about " << message.id;
+    }
+}
+
+TEST_F(ToolTest, TheSamplesAreAsTheirPagesSay) {
+    const std::string samples = ZORVA_SOURCE_DIR "/docs/samples/";
+    EXPECT_EQ(zorva("lint " + samples + "pgm_flash_MY_QUAD_FLASH.xml").code, 0);
+    EXPECT_EQ(zorva("show MY_QUAD_FLASH --field density --custom-dir " + samples).out, "128Mb\n");
+    const nlohmann::json bad =
+        zorva("lint --format json " + samples + "pgm_flash_BAD_FLASH.xml").document();
+    EXPECT_EQ(bad["definitions"], 3);
+    ASSERT_EQ(bad["findings"].size(), 2u);
+    EXPECT_EQ(bad["findings"][0]["id"], "20478");
+    EXPECT_EQ(bad["findings"][1]["id"], "20486");
+}
+
+}  // namespace

@@ -1,0 +1,416 @@
+#include "services/file.h"
+#include "services/pgm_common.h"
+#include "tests/test_support.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <memory>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using element_ptr = std::unique_ptr<PGM_COMMON_XML_ELEMENT>;
+
+const std::string empty_document = "<QSPI_FLASH version=\"1\"/>";
+
+struct verdict {
+    std::string first, second;
+};
+
+// A DESCRIPTION can hold any text.
+std::string described(const std::string& description) {
+    return document(device(device_text{.flow = flows("<ACTION type=\"CUSTOM\"><DESCRIPTION>" +
+                                                     description + "</DESCRIPTION></ACTION>")}));
+}
+
+const PGM_COMMON_XML_ELEMENT* find(const PGM_COMMON_XML_ELEMENT& element, PGM_COMMON_XML_ENUM tag) {
+    if (element.get_type() == tag) return &element;
+    for (const PGM_COMMON_XML_ELEMENT* child : element.get_all_childs()) {
+        if (const PGM_COMMON_XML_ELEMENT* found = find(*child, tag)) return found;
+    }
+    return nullptr;
+}
+
+std::string description_of(const element_ptr& tree) {
+    return tree ? find(*tree, PGM_COMMON_XML_ENUM_DESCRIPTION)->read_value() : "no tree";
+}
+
+element_ptr owned(void* root) { return element_ptr(static_cast<PGM_COMMON_XML_ELEMENT*>(root)); }
+
+element_ptr parsed(const std::string& xml) {
+    return owned(PGM_COMMON_XML::parse_bytes(PGM_COMMON_XML_FILE_QSPI, xml, "test.xml"));
+}
+
+class XmlTest : public InstallationTest {
+  protected:
+    verdict check(const std::string& xml) {
+        verdict result{"stale", "stale"};
+        PGM_COMMON_XML::check_bytes(xml, "test.xml", m_schema, result.first, result.second);
+        return result;
+    }
+    verdict check_file(const std::string& file) {
+        verdict result{"stale", "stale"};
+        PGM_COMMON_XML::check_xsd(file, m_schema, result.first, result.second);
+        return result;
+    }
+    element_ptr parse_file(const std::string& file, bool shipped = false) {
+        return owned(PGM_COMMON_XML::parse_xml(PGM_COMMON_XML_FILE_QSPI, file, m_schema, shipped,
+                                               "", "", ""));
+    }
+
+    const std::string m_schema = m_root + "xsd/zorva_qspi.xsd";
+};
+
+std::string nested(std::size_t depth) {
+    std::string xml;
+    for (std::size_t i = 1; i < depth; ++i) xml += "<FLASH>";
+    return "<QSPI_FLASH version=\"1\">" + xml;
+}
+
+TEST_F(XmlTest, HostileFilesAreRefusedWhole) {
+    const std::string bomb =
+        "<!DOCTYPE QSPI_FLASH [<!ENTITY a \"aaaaaaaaaa\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;\">"
+        "<!ENTITY c \"&b;&b;&b;&b;&b;&b;&b;\">]>";
+    const struct {
+        const char* name;
+        std::string xml;
+        const char* line_and_reason;
+    } rows[] = {
+        {"empty", "", ":1: The file is empty."},
+        {"blank", " \n ", ":2:"},
+        {"no XML", "hello", ":1:"},
+        {"cut off", "<QSPI_FLASH version=\"1\">\n<FLASH>", ":2:"},
+        {"mismatch", "<QSPI_FLASH version=\"1\">\n</FLASH>", ":2:"},
+        {"two roots", empty_document + "\n" + empty_document, ":2:"},
+        {"NUL", std::string("<QSPI_FLASH version=\"1\">\n\0</QSPI_FLASH>", 39), ":2:"},
+        {"control", described("\x01"), ":"},
+        {"invalid UTF-8", described("\xC3("), ":"},
+        {"unknown entity", described("&nothing;"), ":"},
+        {"unknown prefix", "<QSPI_FLASH version=\"1\">\n<a:FLASH/></QSPI_FLASH>", ":2:"},
+        {"DOCTYPE", "<?xml version=\"1.0\"?>\n<!DOCTYPE QSPI_FLASH>" + empty_document,
+         ":2: A DOCTYPE"},
+        {"entities", bomb + described("&c;"), ":1: A DOCTYPE"},
+        {"external entity",
+         "<!DOCTYPE QSPI_FLASH [<!ENTITY x SYSTEM \"file:///etc/passwd\">]>" + described("&x;"),
+         ":1: A DOCTYPE"},
+        {"external DTD", "<!DOCTYPE QSPI_FLASH SYSTEM \"http://127.0.0.1/a.dtd\">" + empty_document,
+         ":1: A DOCTYPE"},
+        {"deep", nested(65), ":1: The elements are nested too deep."},
+        {"large", empty_document + std::string(64 << 20, ' '), ":1: The file is larger"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const auto [first, second] = check(row.xml);
+        EXPECT_TRUE(first.starts_with(std::string("test.xml") + row.line_and_reason)) << first;
+        EXPECT_EQ(std::count(first.begin(), first.end(), '\n'), 0) << first;
+        EXPECT_EQ(second, "");
+        m_traces.clear();
+        EXPECT_EQ(parsed(row.xml), nullptr);
+        EXPECT_EQ(m_traces, std::vector{first});
+    }
+}
+
+TEST_F(XmlTest, EncodingsAndMarkupOfAnyWellFormedFile) {
+    const std::string plain = described("x");
+    std::string utf16 = "\xFF\xFE";
+    for (const char c : plain) utf16 += {c, '\0'};
+    const struct {
+        const char* name;
+        std::string xml;
+    } rows[] = {
+        {"byte order mark", "\xEF\xBB\xBF" + plain},
+        {"UTF-16", utf16},
+        {"Latin-1", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" + plain},
+        {"CRLF", replaced(plain, "\n", "\r\n")},
+        {"comments", "<!-- a --><?pi?>" + replaced(plain, "<FLASH>", "<!-- b --><FLASH>")},
+        {"schema named", replaced(plain, "version",
+                                  "xmlns:x=\"http://www.w3.org/2001/XMLSchema-instance\" "
+                                  "x:noNamespaceSchemaLocation=\"a.xsd\" version")},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const auto [first, second] = check(row.xml);
+        EXPECT_EQ(first + second, "");
+        EXPECT_EQ(description_of(parsed(row.xml)), "x");
+    }
+}
+
+TEST_F(XmlTest, TextsComeAsTheyStand) {
+    const struct {
+        const char *xml, *text;
+    } rows[] = {
+        {"  ", "  "},
+        {"", ""},
+        {" \n\t a ", " \n\t a "},
+        {"a&amp;&lt;&gt;&quot;&apos;", "a&<>\"'"},
+        {"a&#10;b&#13;&#x41;", "a\nb\rA"},
+        {"a<!-- b -->c<?d e?>f", "acf"},
+        {"<![CDATA[ <a> & ]]>b<![CDATA[]]>", " <a> & b"},
+        {"\xC3\xA4\xF0\x9F\x98\x80", "\xC3\xA4\xF0\x9F\x98\x80"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.xml);
+        EXPECT_EQ(description_of(parsed(described(row.xml))), row.text);
+        const std::string file = write_custom("a.xml", described(row.xml));
+        const auto [first, second] = check_file(file);
+        EXPECT_EQ(first + second, "");
+        EXPECT_EQ(description_of(parse_file(file)), row.text);
+    }
+    const std::string text(3 << 20, 'x');
+    EXPECT_EQ(description_of(parsed(described(text))), text);
+}
+
+TEST_F(XmlTest, WrittenTextsReadBackToTheSameBytes) {
+    const element_ptr tree = parsed(described("x"));
+    auto* description =
+        const_cast<PGM_COMMON_XML_ELEMENT*>(find(*tree, PGM_COMMON_XML_ENUM_DESCRIPTION));
+    for (const std::string text : {"", "  ", " a ", "\n", "a\r\nb\tc", "&amp;<b>]]>\"'", "\xC3\xA4",
+                                   "\xF4\x8F\xBF\xBD", "\x7F"}) {
+        SCOPED_TRACE(text);
+        description->write_string(text);
+        const std::string bytes = PGM_COMMON_XML::write_bytes(tree.get());
+        EXPECT_EQ(description_of(parsed(bytes)), text) << bytes;
+    }
+    for (const std::string& text :
+         {std::string("\0", 1), std::string("\x01"), std::string("\xC3("), std::string("\x80"),
+          std::string("\xC0\x80"), std::string("\xE0\x80\x80"), std::string("\xED\xA0\x80"),
+          std::string("\xEF\xBF\xBF"), std::string("\xF4\x90\x80\x80"), std::string("\xE2\x82")}) {
+        description->write_string(text);
+        EXPECT_EQ(PGM_COMMON_XML::write_bytes(tree.get()), "") << text;
+        PGM_COMMON_XML::write_xml(tree.get(), m_root + "written.xml");
+        EXPECT_FALSE(fs::exists(m_root + "written.xml"));
+    }
+}
+
+TEST_F(XmlTest, WrittenForm) {
+    const element_ptr tree =
+        parsed("<QSPI_FLASH version=\"7\"><USER_TEMPLATE><TEMPLATE_NAME>T</TEMPLATE_NAME>" +
+               flows("<ACTION type=\"ERASE\"><DELAY unit=\"m&#10;s\">5</DELAY></ACTION>", "") +
+               "</USER_TEMPLATE></QSPI_FLASH>");
+    ASSERT_NE(tree, nullptr);
+    EXPECT_EQ(PGM_COMMON_XML::write_bytes(tree.get()), R"(<?xml version="1.0" encoding="UTF-8"?>
+<QSPI_FLASH version="7">
+  <USER_TEMPLATE>
+    <TEMPLATE_NAME>T</TEMPLATE_NAME>
+    <PROGRAMMING_FLOW>
+      <SFL>
+        <INITIALIZATION/>
+        <PROGRAM>
+          <ACTION type="ERASE">
+            <DELAY unit="m&#10;s">5</DELAY>
+          </ACTION>
+        </PROGRAM>
+        <ERASE/>
+        <VERIFY_BLANKCHECK_EXAMINE/>
+        <TERMINATION/>
+      </SFL>
+      <SDM>
+        <INITIALIZATION/>
+        <PROGRAM/>
+        <ERASE/>
+        <VERIFY_BLANKCHECK_EXAMINE/>
+        <TERMINATION/>
+      </SDM>
+    </PROGRAMMING_FLOW>
+  </USER_TEMPLATE>
+</QSPI_FLASH>
+)");
+}
+
+// A disk that fills up in the middle of a file.
+struct full_disk : pgm_host::file_system {
+    bool write(const std::string& path, std::string_view bytes) override {
+        file_system::write(path, bytes.substr(0, bytes.size() / 2));
+        return false;
+    }
+};
+
+TEST_F(XmlTest, AFailedWriteLeavesNoFile) {
+    const element_ptr tree = parsed(document(device(device_text{})));
+    const std::string file = m_root + "written.xml";
+    PGM_COMMON_XML::write_xml(tree.get(), file);
+    EXPECT_TRUE(fs::exists(file));
+    full_disk disk;
+    pgm_host::set_file_system(&disk);
+    PGM_COMMON_XML::write_xml(tree.get(), file);
+    EXPECT_FALSE(fs::exists(file));
+    PGM_COMMON_XML::write_xml(tree.get(), m_root + "nothing/written.xml");
+}
+
+TEST_F(XmlTest, LinesAreThoseOfTheStartTags) {
+    const element_ptr tree = parsed("<?xml version=\"1.0\"?>\n<QSPI_FLASH\n  version=\"1\"\n>\n\n" +
+                                    device(device_text{}) + "</QSPI_FLASH>");
+    ASSERT_NE(tree, nullptr);
+    EXPECT_EQ(tree->get_line(), 2U);
+    EXPECT_EQ(find(*tree, PGM_COMMON_XML_ENUM_FLASH)->get_line(), 6U);
+    EXPECT_EQ(find(*tree, PGM_COMMON_XML_ENUM_DEVICE_ID)->get_line(), 8U);
+}
+
+TEST_F(XmlTest, LinesBeyondSixteenBits) {
+    const std::string blanks(70000, '\n');
+    const std::string good = document(blanks + device(device_text{}));
+    const element_ptr tree = parsed(good);
+    ASSERT_NE(tree, nullptr);
+    EXPECT_EQ(find(*tree, PGM_COMMON_XML_ENUM_FLASH)->get_line(), 70002U);
+    const struct {
+        const char *name, *from, *to, *error;
+    } rows[] = {
+        {"value", "<TOTAL_DEVICE_DIE>1", "<TOTAL_DEVICE_DIE>x", "test.xml:70007: "},
+        {"missing child", "<TERMINATION/>", "", "test.xml:70012: "},
+        {"unexpected child", "<DEVICE_ID>", "\n<NAME/><DEVICE_ID>", "test.xml:70005: "},
+        {"syntax", "<DEVICE_ID>", "<DEVICE_ID", "test.xml:70004: "},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const auto [first, second] = check(replaced(good, row.from, row.to));
+        EXPECT_EQ((first + second).substr(0, 16), row.error) << first << second;
+    }
+}
+
+TEST_F(XmlTest, EachBreachIsALineUpToAHundred) {
+    const std::string bad = device(device_text{.total_die = "x"});
+    std::string xml;
+    const auto breaches = [&] {
+        const std::string text = check(document(xml)).second;
+        return std::count(text.begin(), text.end(), '\n') + 1;
+    };
+    xml = bad;
+    const auto lines_of_one = breaches();
+    for (int i = 0; i < 9; ++i) xml += bad;
+    EXPECT_EQ(breaches(), 10 * lines_of_one);
+    for (int i = 0; i < 200; ++i) xml += bad;
+    EXPECT_EQ(breaches(), 101);
+    EXPECT_NE(check(document(xml)).second.find("There are more errors"), std::string::npos);
+    // A value of any length makes one line of a sensible length.
+    const std::string second =
+        check(document(device(device_text{.total_die = "x\n" + std::string(100000, 'y')}))).second;
+    EXPECT_LT(second.size(), 3000U);
+}
+
+TEST_F(XmlTest, AFileOfAnotherKindIsToldByItsRoot) {
+    const auto [first, second] = check("<!-- a -->\n<SDMMC_FLASH version=\"1\">\n<<<");
+    EXPECT_EQ(first, "");
+    EXPECT_EQ(second, "test.xml:2: The root element is SDMMC_FLASH, not QSPI_FLASH.");
+    EXPECT_NE(check("<QSPI_FLASH xmlns=\"urn:x\" version=\"1\"/>").second, "");
+}
+
+TEST_F(XmlTest, AnUnreadableFileTellsWhy) {
+    const std::string file = m_custom_dir + "nothing.xml";
+    EXPECT_EQ(check_file(file).first,
+              file + ":1: The file can't be read: No such file or directory.");
+    EXPECT_NE(check_file(m_custom_dir).first, "");
+    EXPECT_EQ(parse_file(file, true), nullptr);
+    EXPECT_EQ(m_traces.size(), 1U);
+}
+
+TEST_F(XmlTest, WhatWasCheckedIsParsedOnce) {
+    const std::string file = write_custom("a.xml", described("old"));
+    const std::string other = write_custom("b.xml", described("other"));
+    check_file(file);
+    write_file(file, described("new"));
+    EXPECT_EQ(description_of(parse_file(file)), "old");
+    EXPECT_EQ(description_of(parse_file(file)), "new");
+
+    using call = std::function<void()>;
+    const element_ptr tree = parsed(empty_document);
+    const std::pair<const char*, call> rows[] = {
+        {"another parse", [&] { parse_file(other); }},
+        {"parse as shipped", [&] { parse_file(file, true); }},
+        {"another check", [&] { check_file(other); }},
+        {"failed check", [&] { check_file("nothing"); }},
+        {"check of bytes", [&] { check(empty_document); }},
+        {"parse of bytes", [&] { parsed(empty_document); }},
+        {"write", [&] { PGM_COMMON_XML::write_xml(tree.get(), m_root + "w.xml"); }},
+        {"another disk", [&] { pgm_host::set_file_system(nullptr); }},
+    };
+    for (const auto& [name, between] : rows) {
+        SCOPED_TRACE(name);
+        write_file(file, described("old"));
+        check_file(file);
+        write_file(file, described("new"));
+        between();
+        EXPECT_EQ(description_of(parse_file(file)), "new");
+    }
+}
+
+TEST_F(XmlTest, AnUncheckedUserFileIsCheckedByTheParse) {
+    const std::string file = write_custom("a.xml", document(device(device_text{.name = ""})));
+    EXPECT_EQ(parse_file(file), nullptr);
+    ASSERT_EQ(m_traces.size(), 1U);
+    EXPECT_TRUE(m_traces[0].starts_with(file + ":")) << m_traces[0];
+}
+
+TEST_F(XmlTest, AShippedFileKeepsTheRulesOfTheClassesOnly) {
+    const std::string good = document(device(device_text{}));
+    const struct {
+        const char *name, *from, *to;
+        bool taken;
+    } rows[] = {
+        {"wrong count", "<TERMINATION/>", "", true},
+        {"empty name", "<DEVICE_NAME>DEVICE", "<DEVICE_NAME>", true},
+        {"blanks around a number", "<TOTAL_DEVICE_DIE>1", "<TOTAL_DEVICE_DIE> 1\n", true},
+        {"unknown element", "<TERMINATION/>", "<ENDING/>", false},
+        {"element of another place", "<TERMINATION/>", "<NAME/>", false},
+        {"child of a value", "<DEVICE_NAME>", "<DEVICE_NAME><NAME/>", false},
+        {"element of another namespace", "<TERMINATION/>", "<TERMINATION xmlns=\"urn:x\"/>", false},
+        {"unknown attribute", "<FLASH>", "<FLASH a=\"1\">", false},
+        {"attribute of another namespace", "<FLASH>", "<FLASH xmlns:a=\"urn:x\" a:b=\"1\">", false},
+        {"no type", " type=\"WRITE_REG\"", "", false},
+        {"type of another kind", "\"WRITE_REG\"", "\"MICRON\"", false},
+        {"no number", "version=\"1\"", "version=\"one\"", false},
+        {"empty number", "<TOTAL_DEVICE_DIE>1", "<TOTAL_DEVICE_DIE>", false},
+        {"large number", "<TOTAL_DEVICE_DIE>1", "<TOTAL_DEVICE_DIE>4294967296", false},
+        {"hexadecimal number", "<TOTAL_DEVICE_DIE>1", "<TOTAL_DEVICE_DIE>0x1", false},
+        {"text between elements", "<FLASH>", "<FLASH>text", false},
+        {"root of another kind", "<QSPI_FLASH version=\"1\">", "<SDMMC_FLASH/><", false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        m_traces.clear();
+        const std::string file = write_shipped(replaced(good, row.from, row.to));
+        EXPECT_EQ(parse_file(file, true) != nullptr, row.taken);
+        ASSERT_EQ(m_traces.size(), row.taken ? 0U : 1U);
+        if (row.taken) continue;
+        EXPECT_TRUE(m_traces[0].starts_with(file + ":")) << m_traces[0];
+        EXPECT_NE(check(replaced(good, row.from, row.to)).second, "");
+    }
+}
+
+TEST_F(XmlTest, TheSchemaIsTheFileAsItStands) {
+    const std::string open_schema =
+        "<xs:schema xmlns:xs=\"http://www.w3.org/2001/XMLSchema\">\n<xs:element "
+        "name=\"QSPI_FLASH\" type=\"xs:anyType\"/></xs:schema>";
+    const std::string xml = document(device(device_text{.total_die = "1"}) + "<FLASH/>");
+    EXPECT_NE(check(xml).second, "");
+    write_file(m_schema, open_schema);
+    EXPECT_EQ(check(document(device(device_text{}))).second, "");
+    // Counts hold even where a schema forgets them.
+    EXPECT_NE(check(xml).second, "");
+
+    const struct {
+        const char *name, *schema, *error;
+    } rows[] = {
+        {"no XML", "schema", ":1: "},
+        {"empty", "", ":1: This is not a schema."},
+        {"no schema", "<a/>", ":1: "},
+        {"unknown type",
+         "<xs:schema xmlns:xs=\"http://www.w3.org/2001/XMLSchema\">\n<xs:element "
+         "name=\"QSPI_FLASH\" type=\"nothing\"/></xs:schema>",
+         ":2: "},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        write_file(m_schema, row.schema);
+        const auto [first, second] = check(empty_document);
+        EXPECT_TRUE(first.starts_with(m_schema + row.error)) << first;
+        EXPECT_EQ(second, "");
+    }
+    fs::remove(m_schema);
+    EXPECT_TRUE(check(empty_document).first.starts_with(m_schema + ":1: The file can't be read"));
+    write_file(m_schema, open_schema);
+    EXPECT_EQ(check(empty_document).first, "");
+}
+
+}  // namespace
