@@ -1,10 +1,10 @@
 #include "services/file.h"
 
-#include <cerrno>
 #include <fcntl.h>
-#include <filesystem>
 #include <sys/file.h>
 #include <unistd.h>
+#include <cerrno>
+#include <filesystem>
 
 bool FIO_FILE_SYSTEM::same_file(const std::string& a, const std::string& b) {
     std::error_code error;

@@ -14,7 +14,7 @@
 
 namespace pgm_host {
 
-struct message {         // what a posted message carries
+struct message {  // what a posted message carries
     unsigned id;
     MSG_POST_TYPE type;  // 0 error, 2 warning
     std::string name;    // "ZORVA_INVALID_DEVICE_DENSITY"
@@ -45,21 +45,23 @@ struct file_system {
 };
 
 // An empty function brings the default back.
-void set_message_sink(message_sink sink);                      // default: "Warning (20478): ..." on stderr
-void set_trace_sink(trace_sink sink);                          // default: none
+void set_message_sink(message_sink sink);  // default: "Warning (20478): ..." on stderr
+void set_trace_sink(trace_sink sink);      // default: none
 void set_internal_error_handler(internal_error_handler handler);  // default: stderr, then abort
-void suppress_message(unsigned id, bool suppressed);           // what the message index answers
-void set_common_programmer(const std::string& directory);      // where xml/ and xsd/ lie; empty: default
-std::string common_programmer_origin();                        // in words: who chose that directory
-void set_setting(const std::string& key, bool on);             // over what the settings file says
-void set_user_ini_file(const std::string& file);  // default: $XDG_CONFIG_HOME/pgm_zorva/pgm_zorva.ini
-std::string user_ini_file();                      // the settings file in force
+void suppress_message(unsigned id, bool suppressed);              // what the message index answers
+void set_common_programmer(
+    const std::string& directory);                  // where xml/ and xsd/ lie; empty: default
+std::string common_programmer_origin();             // in words: who chose that directory
+void set_setting(const std::string& key, bool on);  // over what the settings file says
+void set_user_ini_file(
+    const std::string& file);  // default: $XDG_CONFIG_HOME/pgm_zorva/pgm_zorva.ini
+std::string user_ini_file();   // the settings file in force
 // Stores a switch in the settings file in force; false if the file can't be written.
 bool store_setting(const std::string& key, bool on);
 void set_device_table(std::vector<PGMDEV_DEVICE_INFO> table);    // device families
 void set_flash_table(std::vector<PGMDEV_SFL_FLASH_INFO> table);  // default flash devices
 const std::vector<PGMDEV_DEVICE_INFO>& device_table();
 void set_file_system(file_system* replacement);  // not owned; null: the disk itself
-void reset();                             // everything back to its default
+void reset();                                    // everything back to its default
 
 }  // namespace pgm_host

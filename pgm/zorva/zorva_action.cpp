@@ -43,8 +43,8 @@ const std::string* ZORVA_ACTION::find_value(ZORVA_ACT_PROPERTY property) const {
     const int place = property - type.first;
     if (place >= 0 && place < type.count) return &m_values[static_cast<std::size_t>(place)].get();
     if (!m_foreign_values) return nullptr;
-    const auto found = std::ranges::find(*m_foreign_values, property,
-                                         &FOREIGN_VALUES::value_type::first);
+    const auto found =
+        std::ranges::find(*m_foreign_values, property, &FOREIGN_VALUES::value_type::first);
     return found == m_foreign_values->end() ? nullptr : &found->second.get();
 }
 

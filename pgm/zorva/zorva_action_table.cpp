@@ -71,7 +71,10 @@ constexpr KIND_ROW kind_table[] = {
      {"Expected data mask:", nullptr, false, PGM_COMMON_XML_ENUM_EXPECTED_DATA_MASK, bytes_or_jic,
       INVALID_ACTION_DATA_MASK_WITH_SPECIAL_CHAR}},
     {KIND_DATA_LENGTH,
-     {"Data length(byte):", nullptr, false, PGM_COMMON_XML_ENUM_DATA_LENGTH,
+     {"Data length(byte):",
+      nullptr,
+      false,
+      PGM_COMMON_XML_ENUM_DATA_LENGTH,
       {.form = NUMBER, .jic_passes = true, .least = 1, .most = 256},
       INVALID_ACTION_DATA_LENGTH_WITH_EMPTY_STRING_OR_SPECIAL_CHAR}},
     {KIND_ATTEMPT_COUNT,
@@ -81,18 +84,27 @@ constexpr KIND_ROW kind_table[] = {
      {"Delay(us):", "0", false, PGM_COMMON_XML_ENUM_DELAY, any_number,
       INVALID_ACTION_DELAY_WITH_EMPTY_STRING_OR_SPECIAL_CHAR}},
     {KIND_ADDRESS,
-     {"Address:", nullptr, false, PGM_COMMON_XML_ENUM_ADDRESS,
+     {"Address:",
+      nullptr,
+      false,
+      PGM_COMMON_XML_ENUM_ADDRESS,
       {.form = NUMBER, .jic_passes = true},
       INVALID_ACTION_ADDRESS_WITH_EMPTY_STRING_OR_SPECIAL_CHAR}},
     {KIND_PAGE_SIZE,
-     {"Page size(byte):", "256", true, PGM_COMMON_XML_ENUM_PAGE_SIZE,
+     {"Page size(byte):",
+      "256",
+      true,
+      PGM_COMMON_XML_ENUM_PAGE_SIZE,
       {.form = NUMBER, .least = 256, .most = 256},
       INVALID_ACTION_PAGE_SIZE_WITH_EMPTY_STRING_OR_SPECIAL_CHAR}},
     {KIND_ADDRESSING_MODE,
      {"Addressing mode(byte):", nullptr, false, PGM_COMMON_XML_ENUM_ADDRESSING_MODE, not_zero,
       INVALID_ACTION_ADDR_MODE_WITH_EMPTY_STRING_OR_SPECIAL_CHAR}},
     {KIND_DUMMY_CLOCK_CYCLE,
-     {"Dummy clock cycle:", nullptr, false, PGM_COMMON_XML_ENUM_ACT_DUMMY_CLOCK_CYCLE,
+     {"Dummy clock cycle:",
+      nullptr,
+      false,
+      PGM_COMMON_XML_ENUM_ACT_DUMMY_CLOCK_CYCLE,
       {.form = NUMBER, .most = 15},
       INVALID_ACTION_DUMMY_CLOCK_CYCLE_WITH_EMPTY_STRING_OR_SPECIAL_CHAR}},
     {KIND_ERASE_SIZE,
@@ -108,10 +120,18 @@ constexpr KIND_ROW kind_table[] = {
      {"Command-Address-Data(bus width):", "1-1-1", true, PGM_COMMON_XML_ENUM_BUS_WIDTH,
       three_phases, INVALID_ACTION_BUS_WIDTH}},
     {KIND_DESCRIPTION,
-     {"", nullptr, false, PGM_COMMON_XML_ENUM_DESCRIPTION, {.form = ANY_TEXT},
+     {"",
+      nullptr,
+      false,
+      PGM_COMMON_XML_ENUM_DESCRIPTION,
+      {.form = ANY_TEXT},
       INVALID_ACTION_CUSTOM_DESCRIPTION}},
     {KIND_DIRECTION,
-     {"", nullptr, false, PGM_COMMON_XML_ENUM_DIRECTION, {.form = CHOICE, .choices = directions},
+     {"",
+      nullptr,
+      false,
+      PGM_COMMON_XML_ENUM_DIRECTION,
+      {.form = CHOICE, .choices = directions},
       INVALID_ACTION_CUSTOM_DIRECTION}},
 };
 
@@ -191,8 +211,7 @@ constexpr ZORVA_ACTION_TYPE_ROW type_table[] = {
 template <class Table, class Number>
 constexpr bool rows_stand_in_order(const Table& table, Number number) {
     int place = 0;
-    return std::ranges::all_of(table,
-                               [&](const auto& row) { return row.*number == place++; });
+    return std::ranges::all_of(table, [&](const auto& row) { return row.*number == place++; });
 }
 static_assert(std::size(kind_table) == KIND_COUNT);
 static_assert(rows_stand_in_order(kind_table, &KIND_ROW::kind));

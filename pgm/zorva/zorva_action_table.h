@@ -33,7 +33,7 @@ struct ZORVA_PROPERTY_KIND {
     bool fixed;                 // not for the user to edit
     PGM_COMMON_XML_ENUM tag;    // the child of ACTION that holds it
     ZORVA_PROPERTY_RULE rule;
-    ZORVA_MESSAGE message;      // posted for a bad value
+    ZORVA_MESSAGE message;  // posted for a bad value
 };
 
 struct ZORVA_ACTION_TYPE_ROW {

@@ -10,11 +10,11 @@
 // The parameters of a device. Which of them a kind of device has, and in which form, is told at
 // the concrete classes.
 enum ZORVA_FLASH_PARAM : int {
-    ZORVA_FLASH_PARAM_NAME = 0,           // read through get_name only
-    ZORVA_FLASH_PARAM_ID = 1,             // text: a data list, as "0x20 0xBA 0x19"
-    ZORVA_FLASH_PARAM_IO_VOLTAGE = 2,     // text, as "1.8V"
-    ZORVA_FLASH_PARAM_DENSITY = 3,        // read through get_density only
-    ZORVA_FLASH_PARAM_TOTAL_DIE = 4,      // number of dies
+    ZORVA_FLASH_PARAM_NAME = 0,                // read through get_name only
+    ZORVA_FLASH_PARAM_ID = 1,                  // text: a data list, as "0x20 0xBA 0x19"
+    ZORVA_FLASH_PARAM_IO_VOLTAGE = 2,          // text, as "1.8V"
+    ZORVA_FLASH_PARAM_DENSITY = 3,             // read through get_density only
+    ZORVA_FLASH_PARAM_TOTAL_DIE = 4,           // number of dies
     ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE = 5,     // clock cycles
     ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE_X4 = 6,  // clock cycles in x4 mode
     ZORVA_FLASH_PARAM_TEMPLATE_NAME = 7,       // text: the user template to save the flows as
@@ -69,7 +69,12 @@ class ZORVA_FLASH {
     virtual void set_parameter_value(ZORVA_FLASH_PARAM param, dword value) = 0;
     virtual void set_parameter_value(ZORVA_FLASH_PARAM param, std::string value) = 0;
 
+    // Counts the IDs and I/O voltages that were set, of all records, so that an index of them can
+    // tell its age.
+    static qword get_index_change_count() { return s_index_change_count; }
+
   protected:
+    static void count_index_change() { ++s_index_change_count; }
     // What the concrete kinds do with a flow's list. Operations go from the last to the first.
     static void delete_operations(std::vector<ZORVA_OPERATION*>& list);
     static void add_operation(std::vector<ZORVA_OPERATION*>& list, ZORVA_OPERATION* operation);
@@ -77,6 +82,8 @@ class ZORVA_FLASH {
                                    std::vector<ZORVA_OPERATION*> operation_list);
 
   private:
+    static qword s_index_change_count;
+
     std::string m_name;
     std::string m_density;
     std::string m_db_dir;

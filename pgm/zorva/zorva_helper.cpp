@@ -105,8 +105,7 @@ ZORVA_MGR* ZORVA_HELPER::get_flash_manager(PGMIO_CONFIG_SCHEME config_mode, bool
 
 bool ZORVA_HELPER::is_zorva_flash(std::string device_name, DEV_FAMILY_ENUM flash_family,
                                   bool skip_filtering, bool new_instance) {
-    return is_own_flash(get_flash_manager(flash_family, new_instance), device_name,
-                        skip_filtering);
+    return is_own_flash(get_flash_manager(flash_family, new_instance), device_name, skip_filtering);
 }
 
 bool ZORVA_HELPER::is_zorva_flash(std::string device_name, PGMIO_CONFIG_SCHEME config_mode,

@@ -12,13 +12,11 @@ std::optional<ZORVA_REFUSAL> zorva_judge_density(const ZORVA_INTERFACE& interfac
 
 std::optional<ZORVA_REFUSAL> zorva_judge_io_voltage(const ZORVA_INTERFACE& interface,
                                                     std::string_view voltage) {
-    if (std::ranges::find(interface.io_voltages, voltage) != interface.io_voltages.end())
-        return {};
+    if (std::ranges::find(interface.io_voltages, voltage) != interface.io_voltages.end()) return {};
     return ZORVA_REFUSAL{ZORVA_MESSAGE::INVALID_IO_VOLTAGE, std::string(voltage), {}};
 }
 
-bool zorva_keep_refusal(std::optional<ZORVA_REFUSAL> refusal,
-                        const PGM_COMMON_XML_ELEMENT& element,
+bool zorva_keep_refusal(std::optional<ZORVA_REFUSAL> refusal, const PGM_COMMON_XML_ELEMENT& element,
                         std::vector<ZORVA_REFUSAL>& refusals) {
     if (!refusal) return false;
     refusal->line = element.get_line();

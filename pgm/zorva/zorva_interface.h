@@ -47,8 +47,7 @@ std::optional<ZORVA_REFUSAL> zorva_judge_io_voltage(const ZORVA_INTERFACE& inter
                                                     std::string_view voltage);
 
 // Adds a refusal with the line of the element at fault; true if there is one.
-bool zorva_keep_refusal(std::optional<ZORVA_REFUSAL> refusal,
-                        const PGM_COMMON_XML_ELEMENT& element,
+bool zorva_keep_refusal(std::optional<ZORVA_REFUSAL> refusal, const PGM_COMMON_XML_ELEMENT& element,
                         std::vector<ZORVA_REFUSAL>& refusals);
 
 // The outcome of a manager's check: a refusal is silent unless `err_msg` is given.

@@ -55,8 +55,12 @@ void JUDGE::judge_element(const PGM_COMMON_XML_ELEMENT& element, ZORVA_FILE_REPO
     } else {
         judge_template(element, refusals);
     }
-    ZORVA_DEFINITION definition{kind, zorva_definition_name(element), element.get_line(),
-                                ZORVA_DEFINITION_STATE::IN_FORCE, {}, {}};
+    ZORVA_DEFINITION definition{kind,
+                                zorva_definition_name(element),
+                                element.get_line(),
+                                ZORVA_DEFINITION_STATE::IN_FORCE,
+                                {},
+                                {}};
     if (!refusals.empty()) definition.state = ZORVA_DEFINITION_STATE::REFUSED;
     std::ranges::transform(refusals, std::back_inserter(definition.findings), zorva_finding);
     report.definitions.push_back(std::move(definition));
@@ -68,8 +72,8 @@ void JUDGE::judge_device(const PGM_COMMON_XML_ELEMENT& element, const std::strin
     if (m_interface.read_flows) m_interface.read_flows(element, refusals);
     const std::string name = zorva_definition_name(element);
     if (!m_devices.emplace(directory, name).second)
-        refusals.push_back({ZORVA_MESSAGE::FOUND_DUPLICATED_FLASH_IN_DB, name, directory,
-                            element.get_line()});
+        refusals.push_back(
+            {ZORVA_MESSAGE::FOUND_DUPLICATED_FLASH_IN_DB, name, directory, element.get_line()});
 }
 
 void JUDGE::judge_template(const PGM_COMMON_XML_ELEMENT& element,
@@ -78,7 +82,9 @@ void JUDGE::judge_template(const PGM_COMMON_XML_ELEMENT& element,
     const std::string name = zorva_definition_name(element);
     if (!m_templates.insert(name).second)
         refusals.push_back({ZORVA_MESSAGE::INVALID_TEMPLATE_NAME_CONFLICT_WITH_TEMPLATE_DATABASE,
-                            name, {}, element.get_line()});
+                            name,
+                            {},
+                            element.get_line()});
 }
 
 }  // namespace

@@ -119,8 +119,7 @@ void zorva_post(const ZORVA_REFUSAL& refusal) {
                                    PGM_COMMON::convert_string_to_dword(refusal.value, false,
                                                                        nullptr, nullptr, false));
             case ZORVA_MESSAGE_SHAPE::TWO_TEXTS:
-                return new_error(refusal.message, refusal.value.c_str(),
-                                 refusal.directory.c_str());
+                return new_error(refusal.message, refusal.value.c_str(), refusal.directory.c_str());
             case ZORVA_MESSAGE_SHAPE::TEXT:
             case ZORVA_MESSAGE_SHAPE::NONE:
                 break;

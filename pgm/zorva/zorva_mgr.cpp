@@ -89,9 +89,8 @@ void ZORVA_MGR::drop_placeholder() {
 }
 
 bool ZORVA_MGR::device_is_legacy(std::string device_name, bool skip_filtering) {
-    return !device_name.empty() &&
-           is_legacy_config_device(device_name, m_active_device_family, m_active_config_mode,
-                                   skip_filtering);
+    return !device_name.empty() && is_legacy_config_device(device_name, m_active_device_family,
+                                                           m_active_config_mode, skip_filtering);
 }
 
 bool ZORVA_MGR::device_exist_in_db(std::string device_name, bool skip_filtering) {
@@ -99,10 +98,7 @@ bool ZORVA_MGR::device_exist_in_db(std::string device_name, bool skip_filtering)
     if (is_legacy_config_device(device_name, m_active_device_family, m_active_config_mode,
                                 skip_filtering))
         return true;
-    const auto iter = m_flash_map.find(device_name);
-    if (iter == m_flash_map.end()) return false;
-    return skip_filtering || m_skip_device_filtering ||
-           suits_family(*iter->second, m_active_device_family);
+    return find_flash(device_name, skip_filtering) != nullptr;
 }
 
 // The answer is device_is_legacy's and then device_exist_in_db's, with one search of the map.
@@ -117,11 +113,7 @@ ZORVA_FLASH* ZORVA_MGR::get_flash(std::string device_name, bool skip_filtering) 
         m_loose_flashes.pop_back();
         return m_flash;
     }
-    const auto iter = m_flash_map.find(device_name);
-    if (iter == m_flash_map.end()) return nullptr;
-    if (skip_filtering || m_skip_device_filtering ||
-        suits_family(*iter->second, m_active_device_family))
-        m_flash = iter->second;
+    m_flash = find_flash(device_name, skip_filtering);
     return m_flash;
 }
 
@@ -136,21 +128,44 @@ ZORVA_FLASH* ZORVA_MGR::get_flash_with_density(qword density_in_bytes) {
 
 ZORVA_FLASH* ZORVA_MGR::get_flash_with_id(dword id, dword mask) {
     drop_placeholder();
-    const auto iter = std::ranges::find_if(m_flash_map, [&](const auto& entry) {
-        return ((entry.second->get_parameter_value_in_dword(ZORVA_FLASH_PARAM_ID, nullptr) ^ id) &
-                mask) == 0;
-    });
-    m_flash = iter == m_flash_map.end() ? nullptr : iter->second;
+    const std::vector<ID_ENTRY>& ids = index().by_id;
+    const auto found = std::ranges::find_if(
+        ids, [&](const ID_ENTRY& entry) { return ((entry.id ^ id) & mask) == 0; });
+    m_flash = found == ids.end() ? nullptr : found->flash;
     return m_flash;
 }
 
 std::vector<ZORVA_FLASH*> ZORVA_MGR::get_flash_list_with_id(dword id, dword mask) const {
     std::vector<ZORVA_FLASH*> candidates;
-    for (const auto& [name, flash] : m_flash_map) {
-        const dword flash_id = flash->get_parameter_value_in_dword(ZORVA_FLASH_PARAM_ID, nullptr);
-        if (((flash_id ^ id) & mask) == 0) candidates.push_back(flash);
-    }
+    for (const ID_ENTRY& entry : index().by_id)
+        if (((entry.id ^ id) & mask) == 0) candidates.push_back(entry.flash);
     return candidates;
+}
+
+const ZORVA_MGR::INDEX& ZORVA_MGR::index() const {
+    const qword change_count = ZORVA_FLASH::get_index_change_count();
+    if (m_index.made && m_index.change_count == change_count) return m_index;
+    m_index = {};
+    m_index.by_name.reserve(m_flash_map.size());
+    m_index.by_id.reserve(m_flash_map.size());
+    for (const auto& [name, flash] : m_flash_map) {
+        const ZORVA_TEXT io_voltage(flash->get_parameter_value(ZORVA_FLASH_PARAM_IO_VOLTAGE));
+        m_index.by_name.emplace(name, NAME_ENTRY{flash, io_voltage});
+        m_index.by_id.push_back(
+            {flash->get_parameter_value_in_dword(ZORVA_FLASH_PARAM_ID, nullptr), flash});
+    }
+    m_index.change_count = change_count;
+    m_index.made = true;
+    return m_index;
+}
+
+ZORVA_FLASH* ZORVA_MGR::find_flash(const std::string& name, bool skip_filtering) {
+    const auto found = index().by_name.find(name);
+    if (found == m_index.by_name.end()) return nullptr;
+    const NAME_ENTRY& entry = found->second;
+    const bool passes = skip_filtering || m_skip_device_filtering ||
+                        entry.io_voltage.get() == family_info(m_active_device_family).io_voltage;
+    return passes ? entry.flash : nullptr;
 }
 
 std::string ZORVA_MGR::get_flash_file(const std::string& device_name) const {

@@ -43,9 +43,9 @@ struct ZORVA_USER_FLASH_TEMPLATE {
 // One row of the message catalogue.
 struct ZORVA_MESSAGE_INFO {
     unsigned id;
-    bool error;         // else a warning
-    const char* name;   // "ZORVA_INVALID_DEVICE_DENSITY"
-    const char* text;   // with its placeholders, as "Device density '%1!s!' is invalid."
+    bool error;        // else a warning
+    const char* name;  // "ZORVA_INVALID_DEVICE_DENSITY"
+    const char* text;  // with its placeholders, as "Device density '%1!s!' is invalid."
 };
 
 // A manager comes from ZORVA_HELPER and belongs to it. It is fully loaded when its constructor
@@ -155,8 +155,8 @@ class ZORVA_MGR {
     virtual PGM_COMMON_XML_ELEMENT* create_xml_object_with_flash_list(
         std::vector<ZORVA_FLASH*> flash_list) = 0;
     // Adds the templates to a document; makes it if `root` is null.
-    virtual void create_user_template_with_template_list(PGM_COMMON_XML_ELEMENT*& root,
-                                                         std::vector<std::string> template_list) = 0;
+    virtual void create_user_template_with_template_list(
+        PGM_COMMON_XML_ELEMENT*& root, std::vector<std::string> template_list) = 0;
     // Whether a name stands in get_legacy_config_device_list, without building that list.
     virtual bool is_legacy_config_device(const std::string& device_name, DEV_FAMILY_ENUM family,
                                          PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering) = 0;
@@ -205,6 +205,8 @@ class ZORVA_MGR {
     void fill_family_info(bool (*serves)(const PGMDEV_DEVICE_INFO&));
     // The tree of the shipped file; a file that can't be taken is an internal error.
     std::unique_ptr<PGM_COMMON_XML_ELEMENT> parse_shipped_xml(const std::string& xml_file) const;
+    // To be called whenever a record comes into m_flash_map or leaves it.
+    void flash_map_changed() { m_index.made = false; }
     // Takes the devices of a tree, up to the first that is refused; true if all were taken.
     bool update_flash_list(const PGM_COMMON_XML_ELEMENT& object, const std::string& xml_file,
                            DIR_MAP& db_dir_map, bool removable);
@@ -246,7 +248,7 @@ class ZORVA_MGR {
     PGMIO_CONFIG_SCHEME m_active_config_mode;
     bool m_use_sdm_mode;
     bool m_skip_device_filtering;
-    ZORVA_FLASH* m_flash = nullptr;  // the record last handed out; owned elsewhere
+    ZORVA_FLASH* m_flash = nullptr;                   // the record last handed out; owned elsewhere
     std::map<std::string, ZORVA_FLASH*> m_flash_map;  // owns the records
     std::map<DEV_FAMILY_ENUM, ZORVA_FAMILY_INFO> m_family_info_map;
     // Name to the file that defines it, by directory and for the record in force.
@@ -257,6 +259,26 @@ class ZORVA_MGR {
     DIR_MAP m_template_db_dir_map;
 
   private:
+    // What look-ups ask of the records, side by side: a load scatters the records and the nodes of
+    // m_flash_map over the memory, and touching one costs more than the search.
+    struct NAME_ENTRY {
+        ZORVA_FLASH* flash;
+        ZORVA_TEXT io_voltage;
+    };
+    struct ID_ENTRY {
+        dword id;
+        ZORVA_FLASH* flash;
+    };
+    struct INDEX {
+        std::unordered_map<std::string, NAME_ENTRY> by_name;
+        std::vector<ID_ENTRY> by_id;  // in name order
+        qword change_count = 0;       // ZORVA_FLASH::get_index_change_count when it was made
+        bool made = false;
+    };
+    const INDEX& index() const;
+    // The device of a name, if the filter lets it through; null otherwise.
+    ZORVA_FLASH* find_flash(const std::string& name, bool skip_filtering);
+
     std::optional<ZORVA_REFUSAL> judge_device_name(const std::string& name);
 
     // The map of a directory; one that is neither of the two is an internal error.
@@ -278,8 +300,7 @@ class ZORVA_MGR {
     void take_over(ZORVA_FLASH* flash, const std::string& db_dir);
 
     bool parse_user_xml_in_dir(ZORVA_ORIGIN origin);
-    bool parse_user_xml_file(const std::string& xml_file, ZORVA_ORIGIN origin,
-                             DIR_MAP& db_dir_map);
+    bool parse_user_xml_file(const std::string& xml_file, ZORVA_ORIGIN origin, DIR_MAP& db_dir_map);
     bool create_user_template_list(const PGM_COMMON_XML_ELEMENT& object,
                                    const std::string& xml_file);
     bool take_flash(const PGM_COMMON_XML_ELEMENT& element, const std::string& xml_file,
@@ -303,6 +324,7 @@ class ZORVA_MGR {
     std::vector<std::unique_ptr<ZORVA_FLASH>> m_loose_flashes;
     // Templates that were taken out of their files by others; a caller may still hold their flows.
     std::vector<std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE>> m_loose_templates;
+    mutable INDEX m_index;  // made from m_flash_map when a look-up asks for it
     // While a directory is scanned: what a broken-off change has left in it; null if nothing.
     const ZORVA_LEFTOVER* m_leftover = nullptr;
     ZORVA_LOAD_REPORT m_load_report;

@@ -34,7 +34,7 @@ bool may_spell(const std::string& bytes, const std::string& name) {
 bool ZORVA_MGR::defined_elsewhere(const ZORVA_DEFINITION_KEY& key, const std::string& file,
                                   const std::string& db_dir) const {
     const bool is_template = key.kind == ZORVA_DEFINITION_KIND::TEMPLATE;
-    const DIR_MAP& map = is_template                     ? m_template_db_dir_map
+    const DIR_MAP& map = is_template                      ? m_template_db_dir_map
                          : db_dir == get_db_kestrin_dir() ? m_flash_db_kestrin_dir_map
                                                           : m_flash_db_custom_dir_map;
     const auto found = map.find(key.name);
@@ -101,8 +101,8 @@ bool ZORVA_MGR::write_definition(const TARGET& target,
         if (!other) return false;
         other->erase(key);
         const auto bytes = other->is_empty() ? std::string() : other->to_bytes();
-        if (!bytes || !zorva_change_files(m_interface, {target.file, *own_bytes}, {file, *bytes},
-                                          key))
+        if (!bytes ||
+            !zorva_change_files(m_interface, {target.file, *own_bytes}, {file, *bytes}, key))
             return false;
         forget_missing(*other, file, key);
     }
@@ -117,8 +117,8 @@ bool ZORVA_MGR::rewrite_without(const TARGET& target) {
     const FIO_DIRECTORY_LOCK lock(target.db_dir, true);
     if (!lock.held() || zorva_finish_change(m_interface, target.db_dir, true)) return false;
     if (!FIO_FILE_SYSTEM::exists(target.file)) return false;
-    auto stored = ZORVA_STORED_FILE::read(
-        m_interface, target.file, [&](const ZORVA_DEFINITION_KEY& met) {
+    auto stored =
+        ZORVA_STORED_FILE::read(m_interface, target.file, [&](const ZORVA_DEFINITION_KEY& met) {
             return met != key && defined_elsewhere(met, target.file, target.db_dir);
         });
     if (!stored) return false;

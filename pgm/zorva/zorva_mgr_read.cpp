@@ -68,24 +68,21 @@ bool ZORVA_MGR::parse_user_xml_file(const std::string& xml_file, ZORVA_ORIGIN or
     return status;
 }
 
-bool ZORVA_MGR::update_flash_list(const PGM_COMMON_XML_ELEMENT& object,
-                                  const std::string& xml_file, DIR_MAP& db_dir_map,
-                                  bool removable) {
-    return std::ranges::all_of(
-        object.get_all_childs(), [&](const PGM_COMMON_XML_ELEMENT* element) {
-            return element->get_type() != PGM_COMMON_XML_ENUM_FLASH ||
-                   is_leftover(*element, xml_file) ||
-                   take_flash(*element, xml_file, db_dir_map, removable);
-        });
+bool ZORVA_MGR::update_flash_list(const PGM_COMMON_XML_ELEMENT& object, const std::string& xml_file,
+                                  DIR_MAP& db_dir_map, bool removable) {
+    return std::ranges::all_of(object.get_all_childs(), [&](const PGM_COMMON_XML_ELEMENT* element) {
+        return element->get_type() != PGM_COMMON_XML_ENUM_FLASH ||
+               is_leftover(*element, xml_file) ||
+               take_flash(*element, xml_file, db_dir_map, removable);
+    });
 }
 
 bool ZORVA_MGR::create_user_template_list(const PGM_COMMON_XML_ELEMENT& object,
                                           const std::string& xml_file) {
-    return std::ranges::all_of(
-        object.get_all_childs(), [&](const PGM_COMMON_XML_ELEMENT* element) {
-            return element->get_type() != PGM_COMMON_XML_ENUM_USER_TEMPLATE ||
-                   is_leftover(*element, xml_file) || take_template(*element, xml_file);
-        });
+    return std::ranges::all_of(object.get_all_childs(), [&](const PGM_COMMON_XML_ELEMENT* element) {
+        return element->get_type() != PGM_COMMON_XML_ENUM_USER_TEMPLATE ||
+               is_leftover(*element, xml_file) || take_template(*element, xml_file);
+    });
 }
 
 namespace {
@@ -100,8 +97,12 @@ void refuse(ZORVA_DEFINITION& definition, const std::vector<ZORVA_REFUSAL>& refu
 }
 
 ZORVA_DEFINITION new_definition(ZORVA_DEFINITION_KIND kind, const PGM_COMMON_XML_ELEMENT& element) {
-    return {kind, zorva_definition_name(element), element.get_line(),
-            ZORVA_DEFINITION_STATE::IN_FORCE, {}, {}};
+    return {kind,
+            zorva_definition_name(element),
+            element.get_line(),
+            ZORVA_DEFINITION_STATE::IN_FORCE,
+            {},
+            {}};
 }
 
 }  // namespace
@@ -148,6 +149,7 @@ void ZORVA_MGR::store_flash(std::unique_ptr<ZORVA_FLASH> flash, const std::strin
         delete record;
     }
     record = flash.release();
+    flash_map_changed();
 }
 
 bool ZORVA_MGR::take_template(const PGM_COMMON_XML_ELEMENT& element, const std::string& xml_file) {
@@ -209,9 +211,9 @@ void ZORVA_MGR::report_hidden(const std::string& name, const std::string& define
 void ZORVA_MGR::report_end(ZORVA_FILE_REPORT& report, const PGM_COMMON_XML_ELEMENT& object) {
     const ZORVA_DEFINITION& last = report.definitions.back();
     report.state = ZORVA_FILE_STATE::READ_IN_PART;
-    report.reason = fmt::format(
-        "Reading ended at the {} '{}' in line {}.",
-        last.kind == ZORVA_DEFINITION_KIND::DEVICE ? "device" : "template", last.name, last.line);
+    report.reason = fmt::format("Reading ended at the {} '{}' in line {}.",
+                                last.kind == ZORVA_DEFINITION_KIND::DEVICE ? "device" : "template",
+                                last.name, last.line);
     const auto met = [&](ZORVA_DEFINITION_KIND kind) {
         return std::ranges::count(report.definitions, kind, &ZORVA_DEFINITION::kind);
     };

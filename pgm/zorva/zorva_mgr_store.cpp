@@ -112,6 +112,7 @@ void ZORVA_MGR::take_over(ZORVA_FLASH* flash, const std::string& db_dir) {
     }
     const std::string name = flash->get_name();
     ZORVA_FLASH* displaced = std::exchange(m_flash_map[name], flash);
+    flash_map_changed();
     if (!displaced || displaced == flash) return;
     if (m_flash == displaced) m_flash = nullptr;
     m_loose_flashes.emplace_back(displaced);
@@ -206,6 +207,7 @@ std::unique_ptr<ZORVA_FLASH> ZORVA_MGR::forget_device(const std::string& name,
     const auto record = m_flash_map.find(name);
     std::unique_ptr<ZORVA_FLASH> flash(record->second);
     m_flash_map.erase(record);
+    flash_map_changed();
     if (m_flash == flash.get()) m_flash = nullptr;
     return flash;
 }

@@ -51,8 +51,7 @@ constexpr ZORVA_QSPI_PARAM_ROW param_table[] = {
 };
 constexpr bool rows_stand_in_order() {
     int place = 0;
-    return std::ranges::all_of(param_table,
-                               [&](const auto& row) { return row.param == place++; });
+    return std::ranges::all_of(param_table, [&](const auto& row) { return row.param == place++; });
 }
 static_assert(std::size(param_table) == 9 && rows_stand_in_order());
 
@@ -80,9 +79,8 @@ std::span<const ZORVA_QSPI_PARAM_ROW> zorva_qspi_params() { return param_table; 
 std::optional<ZORVA_REFUSAL> zorva_judge_device_id(std::string_view id) {
     constexpr std::string_view allowed = "abcdefxABCDEF0123456789 ";
     if (id.find_first_not_of(allowed) == id.npos && zorva_data_list_length(id)) return {};
-    return ZORVA_REFUSAL{ZORVA_MESSAGE::INVALID_DEVICE_ID_WITH_EMPTY_STRING_OR_SPECIAL_CHAR,
-                         std::string(id),
-                         {}};
+    return ZORVA_REFUSAL{
+        ZORVA_MESSAGE::INVALID_DEVICE_ID_WITH_EMPTY_STRING_OR_SPECIAL_CHAR, std::string(id), {}};
 }
 
 std::optional<ZORVA_REFUSAL> zorva_judge_total_device_die(dword value) {
@@ -93,6 +91,6 @@ std::optional<ZORVA_REFUSAL> zorva_judge_total_device_die(dword value) {
 std::optional<ZORVA_REFUSAL> zorva_judge_dummy_clock_cycle(dword value) {
     constexpr dword most = 15;
     if (value <= most) return {};
-    return ZORVA_REFUSAL{ZORVA_MESSAGE::INVALID_DEVICE_DUMMY_CLOCK_CYCLE, std::to_string(value),
-                         {}};
+    return ZORVA_REFUSAL{
+        ZORVA_MESSAGE::INVALID_DEVICE_DUMMY_CLOCK_CYCLE, std::to_string(value), {}};
 }

@@ -53,8 +53,7 @@ bool ZORVA_QSPI_MGR::is_parameter_valid(ZORVA_FLASH_PARAM param) {
 bool ZORVA_QSPI_MGR::is_parameter_valid(ZORVA_FLASH_PARAM param, dword value,
                                         std::string* err_msg) {
     if (param == ZORVA_FLASH_PARAM_TOTAL_DIE) return total_device_die_is_valid(value, err_msg);
-    if (param == ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE ||
-        param == ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE_X4)
+    if (param == ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE || param == ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE_X4)
         return dummy_clock_cycle_is_valid(value, err_msg);
     return ZORVA_MGR::is_parameter_valid(param, value, err_msg);
 }

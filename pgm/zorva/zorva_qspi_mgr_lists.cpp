@@ -112,10 +112,8 @@ bool ZORVA_QSPI_MGR::legacy_config_device_suits(const std::string& device_name,
            device_name.find(not_for_sdm) == std::string::npos;
 }
 
-bool ZORVA_QSPI_MGR::is_legacy_config_device(const std::string& device_name,
-                                             DEV_FAMILY_ENUM family,
-                                             PGMIO_CONFIG_SCHEME config_mode,
-                                             bool skip_filtering) {
+bool ZORVA_QSPI_MGR::is_legacy_config_device(const std::string& device_name, DEV_FAMILY_ENUM family,
+                                             PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering) {
     const auto found = m_legacy_flash_map.find(device_name);
     return found != m_legacy_flash_map.end() &&
            legacy_config_device_suits(device_name, found->second, family, config_mode,

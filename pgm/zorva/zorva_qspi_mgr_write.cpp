@@ -89,11 +89,11 @@ PGM_COMMON_XML_ELEMENT* ZORVA_QSPI_MGR::create_xml_object_with_flash_list(
     for (ZORVA_FLASH* flash : flash_list) {
         auto element = new_element(PGM_COMMON_XML_ENUM_FLASH);
         element->add_child(create_xml_device_info(flash).release(), nullptr);
-        element->add_child(zorva_create_xml_programming_flow(
-                               *flash->get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL),
-                               *flash->get_operation_list(ZORVA_PROG_FLOW_TYPE_SDM))
-                               .release(),
-                           nullptr);
+        element->add_child(
+            zorva_create_xml_programming_flow(*flash->get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL),
+                                              *flash->get_operation_list(ZORVA_PROG_FLOW_TYPE_SDM))
+                .release(),
+            nullptr);
         root->add_child(element.release(), nullptr);
     }
     return root.release();

@@ -23,8 +23,8 @@ void set_parameter(ZORVA_FLASH& flash, const ZORVA_QSPI_PARAM_ROW& row, const st
 
 // The child that holds a property: the one at its place in document order, where any order but
 // that is rare.
-const PGM_COMMON_XML_ELEMENT* child_of(const PGM_COMMON_XML_ELEMENT& xml_action,
-                                       std::size_t place, PGM_COMMON_XML_ENUM tag) {
+const PGM_COMMON_XML_ELEMENT* child_of(const PGM_COMMON_XML_ELEMENT& xml_action, std::size_t place,
+                                       PGM_COMMON_XML_ENUM tag) {
     const auto& children = xml_action.get_all_childs();
     const bool in_place = place < children.size() && children[place]->get_type() == tag;
     return in_place ? children[place] : zorva_first_child(xml_action, tag);
@@ -67,8 +67,8 @@ std::unique_ptr<ZORVA_ACTION> read_action(const PGM_COMMON_XML_ELEMENT& xml_acti
     std::string value;
     for (int place = 0; place < type.count; ++place) {
         const auto property = static_cast<ZORVA_ACT_PROPERTY>(type.first + place);
-        const PGM_COMMON_XML_ELEMENT* child = child_of(
-            xml_action, static_cast<std::size_t>(place), zorva_property_kind(property).tag);
+        const PGM_COMMON_XML_ELEMENT* child = child_of(xml_action, static_cast<std::size_t>(place),
+                                                       zorva_property_kind(property).tag);
         const ZORVA_TEXT text = read_property(xml_action, child, property, value, refusals);
         if (refusals.empty()) action->set_property_text(property, text);
     }

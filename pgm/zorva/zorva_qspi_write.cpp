@@ -49,8 +49,8 @@ std::unique_ptr<PGM_COMMON_XML_ELEMENT> action_element(ZORVA_ACTION* act) {
 
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> operation_element(ZORVA_OPERATION* op) {
     ZORVA_ASSERT(op);
-    const auto row = std::ranges::find(zorva_operations(), op->get_operation_type(),
-                                       &ZORVA_OPERATION_ROW::type);
+    const auto row =
+        std::ranges::find(zorva_operations(), op->get_operation_type(), &ZORVA_OPERATION_ROW::type);
     if (row == zorva_operations().end()) ZORVA_FAIL("Unknown operation type");
     auto xml_operation = new_element(row->tag);
     for (ZORVA_ACTION* act : *op->get_action_list())
@@ -78,9 +78,8 @@ bool is_writable(ZORVA_ACTION& action, ZORVA_ACT_PROPERTY property) {
 
 bool is_writable(ZORVA_OPERATION& operation) {
     return std::ranges::all_of(*operation.get_action_list(), [](ZORVA_ACTION* action) {
-        return std::ranges::all_of(action->get_property_enum_list(), [&](auto property) {
-            return is_writable(*action, property);
-        });
+        return std::ranges::all_of(action->get_property_enum_list(),
+                                   [&](auto property) { return is_writable(*action, property); });
     });
 }
 

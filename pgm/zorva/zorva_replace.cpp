@@ -150,8 +150,7 @@ bool zorva_change_file(const ZORVA_INTERFACE& interface, const ZORVA_FILE_CHANGE
     bool made = false;
     bool done = change.bytes.empty() ||
                 (make_room(change.path, &made) && FIO_FILE_SYSTEM::write(files.own, change.bytes));
-    if (done && !change.bytes.empty())
-        zorva_trace("Writing new XML file, %s", change.path.c_str());
+    if (done && !change.bytes.empty()) zorva_trace("Writing new XML file, %s", change.path.c_str());
     done = done && finish_file(files.own, change);
     if (!done) {
         tidy(files);
@@ -199,8 +198,8 @@ std::optional<ZORVA_LEFTOVER> zorva_finish_change(const ZORVA_INTERFACE& interfa
         const std::optional<std::string> own_bytes = bytes_of(directory + note->own_name);
         if (!own_bytes) return ZORVA_LEFTOVER{};
         if (digest(*own_bytes) == note->own_digest)
-            leftover = ZORVA_LEFTOVER{directory + note->other_name, note->key,
-                                      directory + note->own_name};
+            leftover =
+                ZORVA_LEFTOVER{directory + note->other_name, note->key, directory + note->own_name};
     }
     if (!locked || (leftover && !take_out(interface, files, *leftover))) return leftover;
     if (leftover) FIO_FILE_SYSTEM::flush_directory(directory);

@@ -27,8 +27,8 @@ std::string zorva_format(const char* format, const Args&... args) {
     try {
         return fmt::sprintf(format, args...);
     } catch (const std::exception&) {
-        std::string text = fmt::format(
-            "ERROR: args not compatible with format string\nformat: {}\n", format);
+        std::string text =
+            fmt::format("ERROR: args not compatible with format string\nformat: {}\n", format);
         for (std::size_t number = 0; number < sizeof...(args); ++number)
             text += fmt::format("arg[{}]: ", number) + zorva_argument_text(number, args...);
         return text;

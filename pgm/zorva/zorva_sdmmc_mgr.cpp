@@ -123,8 +123,8 @@ std::unique_ptr<PGM_COMMON_XML_ELEMENT> ZORVA_SDMMC_MGR::create_xml_device_info(
     ZORVA_ASSERT(device_io_voltage_is_valid(flash->get_parameter_value(ZORVA_FLASH_PARAM_IO_VOLTAGE), &err_msg));
     // clang-format on
     ZORVA_ASSERT(device_density_is_valid(flash->get_density(), &err_msg));
-    auto device_info = PGM_COMMON_XML::new_element(PGM_COMMON_XML_FILE_SDMMC,
-                                                   PGM_COMMON_XML_ENUM_DEVICE_INFO);
+    auto device_info =
+        PGM_COMMON_XML::new_element(PGM_COMMON_XML_FILE_SDMMC, PGM_COMMON_XML_ENUM_DEVICE_INFO);
     add_text(*device_info, PGM_COMMON_XML_ENUM_DEVICE_NAME, flash->get_name());
     add_text(*device_info, PGM_COMMON_XML_ENUM_DEVICE_IO_VOLTAGE,
              flash->get_parameter_value(ZORVA_FLASH_PARAM_IO_VOLTAGE));

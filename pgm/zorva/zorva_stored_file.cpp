@@ -90,16 +90,15 @@ void ZORVA_STORED_FILE::insert(ZORVA_DEFINITION_KEY key,
 }
 
 std::optional<std::string> ZORVA_STORED_FILE::to_bytes() {
-    const auto behind = std::stable_partition(
-        m_definitions.begin(), m_definitions.end(),
-        [](const STORED& definition) { return definition.in_force; });
+    const auto behind =
+        std::stable_partition(m_definitions.begin(), m_definitions.end(),
+                              [](const STORED& definition) { return definition.in_force; });
     std::sort(m_definitions.begin(), behind, [](const STORED& a, const STORED& b) {
         return std::tie(a.key.kind, a.key.name) < std::tie(b.key.kind, b.key.name);
     });
     const auto root = PGM_COMMON_XML::new_root(m_interface->document);
     for (auto& element : m_others) root->add_child(element.release(), nullptr);
-    for (STORED& definition : m_definitions)
-        root->add_child(definition.element.release(), nullptr);
+    for (STORED& definition : m_definitions) root->add_child(definition.element.release(), nullptr);
     std::string bytes = PGM_COMMON_XML::write_bytes(root.get());
     if (bytes.empty() || !loads_as_expected(bytes)) return {};
     return bytes;
@@ -110,9 +109,8 @@ std::optional<std::string> ZORVA_STORED_FILE::to_bytes() {
 bool ZORVA_STORED_FILE::loads_as_expected(const std::string& bytes) const {
     ZORVA_STORED_FILE again(*m_interface, m_path, m_defined_elsewhere);
     return again.parse(bytes) &&
-           std::ranges::equal(m_definitions, again.m_definitions,
-                              [](const STORED& expected, const STORED& read) {
-                                  return expected.key == read.key &&
-                                         (read.in_force || !expected.in_force);
-                              });
+           std::ranges::equal(
+               m_definitions, again.m_definitions, [](const STORED& expected, const STORED& read) {
+                   return expected.key == read.key && (read.in_force || !expected.in_force);
+               });
 }

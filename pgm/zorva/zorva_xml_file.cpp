@@ -19,10 +19,9 @@ bool zorva_is_shipped_file(const std::string& path) {
     for (const char* name : {ZORVA_QSPI_SHIPPED_FILE, ZORVA_SDMMC_SHIPPED_FILE}) {
         const std::string directory = ZORVA_MGR::get_db_kestrin_dir();
         const FIO_PATH file(path);
-        const bool has_its_name =
-            file.filename() == name &&
-            (file.full_directory() == directory ||
-             FIO_FILE_SYSTEM::same_file(file.full_directory(), directory));
+        const bool has_its_name = file.filename() == name &&
+                                  (file.full_directory() == directory ||
+                                   FIO_FILE_SYSTEM::same_file(file.full_directory(), directory));
         if (has_its_name || FIO_FILE_SYSTEM::same_file(path, directory + name)) return true;
     }
     return false;
