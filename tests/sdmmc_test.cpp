@@ -78,8 +78,9 @@ TEST_F(SdmmcTest, AnswersWithItsListsAndRefusesWhatItHasNot) {
               "Unsupported function: create_action");
     EXPECT_EQ(internal_error_of([&] { mgr->create_operation(ZORVA_OP_TYPE_ERASE); }),
               "Unsupported function: create_operation");
-    EXPECT_EQ(internal_error_of([&] { mgr->is_parameter_valid(ZORVA_FLASH_PARAM_ID, "1", nullptr); }),
-              "Unknown flash parameter: 1");
+    EXPECT_EQ(
+        internal_error_of([&] { mgr->is_parameter_valid(ZORVA_FLASH_PARAM_ID, "1", nullptr); }),
+        "Unknown flash parameter: 1");
 }
 
 TEST_F(SdmmcTest, ARecordHoldsAVoltageADensityAndTheSdmFlow) {
@@ -199,8 +200,8 @@ TEST_F(SdmmcTest, ANewInstanceStandsLastAndIsAskedLast) {
 
 TEST_F(SdmmcTest, TheActiveFamilyOutlivesTheManagerThatServedIt) {
     ZORVA_HELPER::refresh_flash_managers();
-    EXPECT_TRUE(ZORVA_HELPER::is_supported_family(DEV_FAMILY_SDMMC_FLASH,
-                                                  number<DEV_FAMILY_ENUM>(48)));
+    EXPECT_TRUE(
+        ZORVA_HELPER::is_supported_family(DEV_FAMILY_SDMMC_FLASH, number<DEV_FAMILY_ENUM>(48)));
     EXPECT_TRUE(ZORVA_HELPER::set_active_flash_family(PGMIO_CONFIG_SCHEME_SDMMC));
     EXPECT_EQ(ZORVA_HELPER::get_active_flash_manager(false)->get_flash_family(),
               DEV_FAMILY_SDMMC_FLASH);

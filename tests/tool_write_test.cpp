@@ -8,10 +8,10 @@ namespace {
 
 using arguments = std::vector<std::string>;
 
-const arguments new_device = {"new",    "OWN",     "--id",     "0xEF 0x40 0x18", "--voltage",
-                              "1.8V",   "--dies",  "2",        "--density",      "128Mb",
-                              "--dummy", "0xA",    "--dummy-x4", "12",           "--template",
-                              "Winbond"};
+const arguments new_device = {"new",        "OWN",   "--id",       "0xEF 0x40 0x18",
+                              "--voltage",  "1.8V",  "--dies",     "2",
+                              "--density",  "128Mb", "--dummy",    "0xA",
+                              "--dummy-x4", "12",    "--template", "Winbond"};
 
 std::string bytes_of(const std::string& path) {
     return files_in(fs::path(path).parent_path().string() + "/")[fs::path(path).filename()];
@@ -55,8 +55,9 @@ class ToolWriteTest : public ToolTest {
 TEST_F(ToolWriteTest, MakesChangesCopiesAndRemoves) {
     EXPECT_EQ(zorva(new_device).out, own_file("OWN") + "\n");
     const std::pair<const char*, const char*> made[] = {
-        {"id", "0xEF 0x40 0x18\n"}, {"voltage", "1.8V\n"}, {"density", "128Mb\n"},
-        {"dies", "2\n"},            {"dummy", "10\n"},     {"dummy-x4", "12\n"},
+        {"id", "0xEF 0x40 0x18\n"}, {"voltage", "1.8V\n"},
+        {"density", "128Mb\n"},     {"dies", "2\n"},
+        {"dummy", "10\n"},          {"dummy-x4", "12\n"},
         {"template", "Winbond\n"},  {"origin", "custom\n"}};
     for (const auto& [name, value] : made) EXPECT_EQ(field("OWN", name), value) << name;
     EXPECT_EQ(property("OWN", "/sdm/1/actions/0/name"), "Write_enable");
@@ -148,7 +149,9 @@ TEST_F(ToolWriteTest, RefusesAndLeavesTheDiskAsItWas) {
         std::string sentence;
     };
     const row rows[] = {
-        {{"set", "SHIP_A", "dies=2"}, 4, "SHIP_A is a shipped device; to change it, copy it: zorva"},
+        {{"set", "SHIP_A", "dies=2"},
+         4,
+         "SHIP_A is a shipped device; to change it, copy it: zorva"},
         {{"rm", "SHIP_A"}, 4, "SHIP_A is a shipped device;"},
         {{"rm", "LEG_LOW"}, 4, "LEG_LOW is a legacy device"},
         {{"template", "rm", "Issi"}, 4, "Issi is a shipped template"},
@@ -162,7 +165,9 @@ TEST_F(ToolWriteTest, RefusesAndLeavesTheDiskAsItWas) {
         {{"copy", "SHIP_A", "Micron"}, 1, "Device name 'Micron' is invalid as it conflicts"},
         {{"copy", "SHIP_A", "../NEW"}, 1, "Device name '../NEW' is invalid"},
         {{"copy", "SHIP_", "NEW"}, 1, "There is no device 'SHIP_'. Did you mean 'SHIP_A'"},
-        {{"copy", "OWN", "NEW", "--set", "dummy=16"}, 1, "Device dummy clock cycle '16' is invalid."},
+        {{"copy", "OWN", "NEW", "--set", "dummy=16"},
+         1,
+         "Device dummy clock cycle '16' is invalid."},
         {changed(3, "0X1"), 1, "Device ID '0X1' is invalid."},
         {changed(5, "5V"), 1, "Device I/O voltage '5V' is invalid."},
         {changed(9, "3Mb"), 1, "Device density '3Mb' is invalid."},
@@ -180,12 +185,16 @@ TEST_F(ToolWriteTest, RefusesAndLeavesTheDiskAsItWas) {
         {{"set", "OWN", "sfl.program[0].delay=1"}, 1, "sfl.program[0] isn't there"},
         {{"set", "OWN", "sfl.program[2].delay=1"}, 1, "sfl.program[2] isn't there"},
         {{"set", "OWN", "sfl.erase[1].delay=1"}, 1, "sfl.erase[1] isn't there"},
-        {{"set", "OWN", "sfl.program[1].address=1"}, 1, "This action is of the type 'Write Register'"},
+        {{"set", "OWN", "sfl.program[1].address=1"},
+         1,
+         "This action is of the type 'Write Register'"},
         {{"set", "OWN", "sfl.program[1].bus_width=1-1"}, 1, "sfl.program[1].bus_width is fixed"},
         {{"set", "OWN", "sfl.program[1].delay=soon"}, 1, "Action delay 'soon' is invalid."},
         {{"set", "OWN", "sfl.program[1].delay=4294967296"}, 1, "A number in the flows of 'OWN'"},
         {{"set", "OWN", "sfl.program[1].data=jic\x01"}, 1, R"('jic\x01' holds a character)"},
-        {{"template", "save", "T", "--from", "OWN"}, 1, "Template name 'T' is invalid as it already"},
+        {{"template", "save", "T", "--from", "OWN"},
+         1,
+         "Template name 'T' is invalid as it already"},
         {{"template", "save", "OWN", "--from", "OWN"}, 1, "Tempate name 'OWN' is invalid"},
         {{"template", "rm", "TT"}, 1, "There is no template 'TT'"},
         {{"import", there}, 1, "Device name 'SHIP_A' is invalid as it already exist"},
@@ -211,7 +220,8 @@ TEST_F(ToolWriteTest, ImportsAllOrNothing) {
     const row rows[] = {
         {"bad value", devices("A") + device({.name = "B", .density = "5Mb"}), 1, "error[20478]: "},
         {"no schema", devices("A") + "<FLASH/>", 1, "error[schema]: "},
-        {"known device behind a new one", devices("A|SHIP_B"), 1, "Device name 'SHIP_B' is invalid"},
+        {"known device behind a new one", devices("A|SHIP_B"), 1,
+         "Device name 'SHIP_B' is invalid"},
         {"golden name", devices("A|Issi"), 1, "Device name 'Issi' is invalid"},
         {"template of a device's name", devices("A") + user_template("SHIP_A"), 1, "Tempate name"},
     };
@@ -275,7 +285,7 @@ TEST_F(ToolWriteTest, TakesNoNameThatAFileDefinesInVain) {
     const std::string bad = device({.name = "MINE", .density = "5Mb"}) + user_template("T");
     const std::string file = write_custom("pgm_flash_MINE.xml", document(bad));
     for (const char* command : {"copy SHIP_A MINE", "copy SHIP_A MINE --to installation",
-                                       "template save T --from SHIP_A"}) {
+                                "template save T --from SHIP_A"}) {
         const auto before = disk();
         const tool_answer answer = zorva(command);
         EXPECT_EQ(answer.code, 1) << command;
@@ -293,7 +303,8 @@ TEST_F(ToolWriteTest, MakesTheDefaultDirectoryAndNamesOneThatItCantWrite) {
     EXPECT_EQ(bytes_of(junk), "<junk");
     write_custom("pgm_flash_template_T.xml", "<junk");
     answer = zorva({"import", m_root + "both.xml"});
-    EXPECT_TRUE(contains(answer.err, "; only " + own_file("FIRST") + " was written.")) << answer.err;
+    EXPECT_TRUE(contains(answer.err, "; only " + own_file("FIRST") + " was written."))
+        << answer.err;
 
     ::unsetenv("ZORVA_CUSTOM_DIR");
     const std::string directory = m_root + ".local/share/zorva/";
@@ -322,12 +333,13 @@ TEST_F(ToolWriteTest, AsksForWhatIsMissing) {
         const int code = zorva_tool::run(command, {out, err, true, true, &in});
         return tool_answer{code, out.str(), err.str()};
     };
-    const std::string answers = "bad name\nSHIP_A\nOWN\n0x01\n3Mb\n64Mb\n1.8V\nnone\n1\n16\n15\nIss\nIssi\n";
+    const std::string answers =
+        "bad name\nSHIP_A\nOWN\n0x01\n3Mb\n64Mb\n1.8V\nnone\n1\n16\n15\nIss\nIssi\n";
     const tool_answer made = answered(answers, {"new", "--dummy", "0"});
     EXPECT_EQ(made.out, own_file("OWN") + "\n") << made.err;
-    for (const char* text :
-         {"1024Mb, 2048Mb): Device density '3Mb' is invalid.\nDensity (1Mb, ", "(1.8V or 3.0V/3.3V)",
-          "Dies (1 or more): 'none' is no number.\nDies", "x4 (0 to 15): ", "Winbond, Issi): "})
+    for (const char* text : {"1024Mb, 2048Mb): Device density '3Mb' is invalid.\nDensity (1Mb, ",
+                             "(1.8V or 3.0V/3.3V)", "Dies (1 or more): 'none' is no number.\nDies",
+                             "x4 (0 to 15): ", "Winbond, Issi): "})
         EXPECT_TRUE(contains(made.err, text)) << text << "\n" << made.err;
     EXPECT_FALSE(contains(made.err, "Dummy cycles ("));
     EXPECT_EQ(field("OWN", "dummy-x4") + field("OWN", "template"), "15\nIssi\n");
@@ -339,8 +351,8 @@ TEST_F(ToolWriteTest, AsksForWhatIsMissing) {
 }
 
 TEST_F(ToolWriteTest, TellsOfAnIdThatAFlowContradicts) {
-    const std::string check =
-        replaced(replaced(action(ZORVA_ACT_TYPE_READ_REGISTER), "0x05", "0x9F"), "0x00", "0xef 0x40");
+    const std::string check = replaced(
+        replaced(action(ZORVA_ACT_TYPE_READ_REGISTER), "0x05", "0x9F"), "0x00", "0xef 0x40");
     write_custom("pgm_flash_OWN.xml",
                  document(device({.name = "OWN", .id = "0xEF 0x40 0x18", .flow = flows(check)})));
     EXPECT_EQ(zorva("set OWN dies=1").err, "");
@@ -348,8 +360,8 @@ TEST_F(ToolWriteTest, TellsOfAnIdThatAFlowContradicts) {
     EXPECT_EQ(answer.code, 0);
     EXPECT_TRUE(contains(answer.err, "but sfl.program[1].expected_data is another one"));
     for (const char* agreeing : {"0xEF 0x60", "0xef 0x60 0x18 0x4D", ""})
-        EXPECT_EQ(zorva({"set", "OWN", std::string("sfl.program[1].expected_data=") + agreeing}).err,
-                  "");
+        EXPECT_EQ(
+            zorva({"set", "OWN", std::string("sfl.program[1].expected_data=") + agreeing}).err, "");
 }
 
 TEST_F(ToolWriteTest, WritesSdmmcDevicesWhereTheyAreSwitchedOn) {
@@ -357,16 +369,18 @@ TEST_F(ToolWriteTest, WritesSdmmcDevicesWhereTheyAreSwitchedOn) {
     write_file(file, "<SDMMC_FLASH version=\"1\">" + card("IMPORTED") + "</SDMMC_FLASH>");
     write_installed("pgm_flash_db_sdmmc.xml",
                     "<SDMMC_FLASH version=\"1\">" + card("CARD") + "</SDMMC_FLASH>");
-    expect_refused({"import", file}, 1, "SD/MMC devices are switched off; 'zorva config set "
-                                        "pgm_enable_sdmmc on'");
+    expect_refused({"import", file}, 1,
+                   "SD/MMC devices are switched off; 'zorva config set "
+                   "pgm_enable_sdmmc on'");
     pgm_host::set_setting("pgm_enable_sdmmc", true);
-    const arguments made = {"new",       "OWN",    "--interface", "sdmmc",
+    const arguments made = {"new",       "OWN",  "--interface", "sdmmc",
                             "--voltage", "1.8V", "--density",   "16GB"};
     for (const arguments& command :
          {made, arguments{"copy", "CARD", "OWN"}, arguments{"set", "CARD", "density=1GB"},
           arguments{"rm", "CARD"}, arguments{"import", file}})
-        expect_refused(command, 1, "Your own SD/MMC devices are switched off; 'zorva config set "
-                                   "pgm_enable_custom_sdmmc on'");
+        expect_refused(command, 1,
+                       "Your own SD/MMC devices are switched off; 'zorva config set "
+                       "pgm_enable_custom_sdmmc on'");
     pgm_host::set_setting("pgm_enable_custom_sdmmc", true);
 
     EXPECT_EQ(zorva(made).out, own_file("OWN") + "\n");
@@ -376,7 +390,8 @@ TEST_F(ToolWriteTest, WritesSdmmcDevicesWhereTheyAreSwitchedOn) {
     EXPECT_EQ(field("OWN", "density") + field("TWO", "density"), "8GB\n4GB\n");
     EXPECT_EQ(zorva("rm TWO").code, 0);
     const std::string lacks = "SD/MMC devices have a name, an I/O voltage and a density only";
-    for (const char* assignment : {"id=0x20", "dies=1", "template=Micron", "sdm.program[1].delay=1"})
+    for (const char* assignment :
+         {"id=0x20", "dies=1", "template=Micron", "sdm.program[1].delay=1"})
         expect_refused({"set", "OWN", assignment}, 1, lacks);
     expect_refused({"template", "save", "T", "--from", "OWN"}, 1, lacks);
     expect_refused({"template", "show", "Issi", "--interface", "sdmmc"}, 1, lacks);

@@ -30,9 +30,8 @@ class host_setup {
                 throw internal_error{fmt::format("{} ({}:{})", text, file, line)};
             });
         if (options.verbose)
-            pgm_host::set_trace_sink([&out](const char*, int, const std::string& text) {
-                out.note("trace: " + text);
-            });
+            pgm_host::set_trace_sink(
+                [&out](const char*, int, const std::string& text) { out.note("trace: " + text); });
     }
     ~host_setup() {
         pgm_host::set_message_sink({});
@@ -64,9 +63,8 @@ failure wrong_command_line(const CLI::ParseError& error, CLI::App& app) {
     }
     if (chosen.empty() && rest.empty() && error.get_name() == "RequiredError")
         return {exit_command_line, "A command is missing; 'zorva --help' lists them."};
-    return {exit_command_line,
-            fmt::format("{}. 'zorva {}--help' tells more.", error.what(),
-                        chosen.empty() ? "" : chosen[0]->get_name() + " ")};
+    return {exit_command_line, fmt::format("{}. 'zorva {}--help' tells more.", error.what(),
+                                           chosen.empty() ? "" : chosen[0]->get_name() + " ")};
 }
 
 int end_with(const failure& failure, output& out) {
@@ -82,8 +80,10 @@ int run_command(command_line& line, output& out) {
     } catch (const failure& failure) {
         return end_with(failure, out);
     } catch (const internal_error& error) {
-        return end_with({exit_file, "The library found itself in a state that it doesn't "
-                                    "provide for: " + error.text},
+        return end_with({exit_file,
+                         "The library found itself in a state that it doesn't "
+                         "provide for: " +
+                             error.text},
                         out);
     } catch (const std::exception& error) {
         return end_with({exit_file, fmt::format("The command broke off: {}", error.what())}, out);

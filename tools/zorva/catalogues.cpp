@@ -14,8 +14,10 @@ namespace zorva_tool {
 
 namespace {
 
-constexpr column family_columns[] = {{"family", "Family"}, {"name", "Name"},
-                                     {"interfaces", "Flash interfaces"}, {"sdm", "SDM"},
+constexpr column family_columns[] = {{"family", "Family"},
+                                     {"name", "Name"},
+                                     {"interfaces", "Flash interfaces"},
+                                     {"sdm", "SDM"},
                                      {"voltage", "I/O voltage"}};
 constexpr column template_columns[] = {
     {"name", "Name"}, {"kind", "Kind"}, {"file", "File"}, {"line", "Line"}};

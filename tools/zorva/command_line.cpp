@@ -11,11 +11,14 @@ namespace {
 
 constexpr const char* description = "The database of QSPI and SD/MMC flash devices.";
 constexpr const char* footer =
-    "\nAnswers go to standard output, messages to standard error. On a terminal a table is aligned\n"
+    "\nAnswers go to standard output, messages to standard error. On a terminal a table is "
+    "aligned\n"
     "under a header; elsewhere its cells are separated by tabs, without a header, and an empty\n"
     "cell is \"-\".\n\n"
-    "Exit code: 0 yes or done, 1 the answer is no (not found, several candidates, findings, a value\n"
-    "that is refused), 2 wrong command line, 3 a file can't be read or written, 4 it is protected.\n\n"
+    "Exit code: 0 yes or done, 1 the answer is no (not found, several candidates, findings, a "
+    "value\n"
+    "that is refused), 2 wrong command line, 3 a file can't be read or written, 4 it is "
+    "protected.\n\n"
     "Examples:\n"
     "  zorva list --voltage 1.8V 'W25Q*'\n"
     "  zorva show MT25QU128 --format json\n"
@@ -40,12 +43,14 @@ command_line::command_line() : m_app(description, "zorva") {
 }
 
 void command_line::add_global_options() {
-    m_app.add_option("--programmer-dir", m_options.programmer_dir,
-                     "Directory that holds xml/ and xsd/")
+    m_app
+        .add_option("--programmer-dir", m_options.programmer_dir,
+                    "Directory that holds xml/ and xsd/")
         ->type_name("DIR");
-    m_app.add_option("--custom-dir", m_options.custom_dir,
-                     "Directory of your own device files; else ZORVA_CUSTOM_DIR, the settings, or "
-                     "zorva/ in $XDG_DATA_HOME")
+    m_app
+        .add_option("--custom-dir", m_options.custom_dir,
+                    "Directory of your own device files; else ZORVA_CUSTOM_DIR, the settings, or "
+                    "zorva/ in $XDG_DATA_HOME")
         ->type_name("DIR");
     one_of(m_app.add_option("--interface", m_options.interface, "qspi, sdmmc or all, the default"),
            {"qspi", "sdmmc", "all"});

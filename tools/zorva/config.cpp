@@ -96,8 +96,9 @@ void store_custom_dir(const std::string& value) {
         throw failure(exit_file, fmt::format("The directory {} doesn't exist.", directory));
     if (!ZORVA_MGR::save_custom_dir_to_ini(directory, false)) throw not_stored();
     if (cfg_get_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR) != directory)
-        throw failure(exit_file, "The stored directory differs in upper and lower case only, and "
-                                 "such a change isn't stored; store another one first.");
+        throw failure(exit_file,
+                      "The stored directory differs in upper and lower case only, and "
+                      "such a change isn't stored; store another one first.");
 }
 
 void store_switch(const std::string& key, const std::string& value) {
@@ -119,21 +120,20 @@ int config_set(context& context, const config_options& options) {
 }  // namespace
 
 void add_config(command_line& line) {
-    CLI::App* command =
-        line.add(line.app(), "config", "Show the settings, or read or store one",
-                 "  zorva config\n"
-                 "  zorva config set pgm_enable_sdmmc on\n"
-                 "  zorva config set custom-dir ~/flash",
-                 config_show);
+    CLI::App* command = line.add(line.app(), "config", "Show the settings, or read or store one",
+                                 "  zorva config\n"
+                                 "  zorva config set pgm_enable_sdmmc on\n"
+                                 "  zorva config set custom-dir ~/flash",
+                                 config_show);
     command->require_subcommand(0, 1);
 
     const auto options = std::make_shared<config_options>();
     CLI::App* get = line.add(*command, "get", "Tell the value of a setting",
                              "  zorva config get pgm_enable_sdmmc",
                              [options](context& context) { return config_get(context, *options); });
-    CLI::App* set = line.add(*command, "set", "Store a setting",
-                             "  zorva config set pgm_enable_sdmmc on",
-                             [options](context& context) { return config_set(context, *options); });
+    CLI::App* set =
+        line.add(*command, "set", "Store a setting", "  zorva config set pgm_enable_sdmmc on",
+                 [options](context& context) { return config_set(context, *options); });
     for (CLI::App* each : {get, set})
         each->add_option("KEY", options->key, "Name of the setting")->required()->type_name("");
     set->add_option("VALUE", options->value, "on or off; a directory for custom-dir")

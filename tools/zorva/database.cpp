@@ -33,12 +33,10 @@ std::string load_failure(const std::string& condition) {
         const ZORVA_FILE_REPORT report = row->judge_files({file}).front();
         std::vector<ZORVA_FINDING> findings = report.findings;
         for (const ZORVA_DEFINITION& definition : report.definitions)
-            findings.insert(findings.end(), definition.findings.begin(),
-                            definition.findings.end());
+            findings.insert(findings.end(), definition.findings.begin(), definition.findings.end());
         if (findings.empty()) continue;
-        const std::string place = findings[0].line == 0
-                                      ? ""
-                                      : fmt::format("{}:{}: ", file, findings[0].line);
+        const std::string place =
+            findings[0].line == 0 ? "" : fmt::format("{}:{}: ", file, findings[0].line);
         return fmt::format("The shipped database can't be loaded: {}{}", place,
                            findings[0].sentence);
     }
@@ -113,9 +111,9 @@ std::vector<device> database::devices(ZORVA_MGR& manager) const {
     for (ZORVA_FLASH* flash : manager.get_flash_list_with_id(0, 0)) {
         const std::string name = flash->get_name();
         const auto found = m_definitions.find({&manager, name});
-        devices.push_back({&manager, name, flash,
-                           found == m_definitions.end() ? std::vector<definition>()
-                                                        : found->second});
+        devices.push_back(
+            {&manager, name, flash,
+             found == m_definitions.end() ? std::vector<definition>() : found->second});
     }
     return devices;
 }
@@ -139,9 +137,10 @@ device database::get(const std::string& name) const {
     }
     if (found.empty()) throw not_found("device", name, device_names());
     if (found.size() > 1)
-        throw refusal(fmt::format("More than one interface knows a device '{}'; --interface tells "
-                                  "which is meant.",
-                                  name));
+        throw refusal(
+            fmt::format("More than one interface knows a device '{}'; --interface tells "
+                        "which is meant.",
+                        name));
     return found.front();
 }
 
@@ -149,10 +148,10 @@ std::vector<std::string> database::device_names() const {
     std::vector<std::string> names;
     for (const device& device : devices()) names.push_back(device.name);
     for (ZORVA_MGR* manager : m_managers)
-        std::ranges::copy(manager->get_legacy_config_device_list(
-                              manager->get_active_device_family(),
-                              manager->get_active_config_mode(), true),
-                          std::back_inserter(names));
+        std::ranges::copy(
+            manager->get_legacy_config_device_list(manager->get_active_device_family(),
+                                                   manager->get_active_config_mode(), true),
+            std::back_inserter(names));
     return names;
 }
 
@@ -165,8 +164,7 @@ std::vector<std::string> database::template_names() const {
 
 failure database::not_found(const std::string& what, const std::string& name,
                             const std::vector<std::string>& names) const {
-    failure failure(exit_no, fmt::format("There is no {} '{}'.", what, name),
-                    nearest(name, names));
+    failure failure(exit_no, fmt::format("There is no {} '{}'.", what, name), nearest(name, names));
     failure.searched = {ZORVA_MGR::get_db_kestrin_dir()};
     if (!m_custom_dir.path.empty()) failure.searched.push_back(m_custom_dir.path);
     return failure;

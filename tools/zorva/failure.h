@@ -18,8 +18,7 @@ enum exit_code : int {
 
 // Ends a command with one sentence for the user.
 struct failure : std::runtime_error {
-    failure(exit_code exit, const std::string& sentence,
-            std::vector<std::string> near_names = {})
+    failure(exit_code exit, const std::string& sentence, std::vector<std::string> near_names = {})
         : std::runtime_error(sentence), code(exit), suggestions(std::move(near_names)) {}
 
     virtual const char* status() const {

@@ -13,7 +13,7 @@ namespace zorva_tool {
 
 struct flow_row {
     ZORVA_PROG_FLOW_TYPE type;
-    const char* name;   // for --flow and in JSON
+    const char* name;  // for --flow and in JSON
     const char* label;
 };
 std::span<const flow_row> flow_table();
@@ -39,7 +39,7 @@ std::string_view property_key(ZORVA_ACTION& action, ZORVA_ACT_PROPERTY property)
 // "0x05 read status register, 1 byte, expect 0x00, mask 0x01".
 std::string action_facts(ZORVA_ACTION& action);
 // The flows that a device has, as a member by flow.
-json flows_json(ZORVA_FLASH& flash, std::span<const flow_row> flows);
+json flows_json(ZORVA_FLASH& flash, std::span<const flow_row> selected);
 void print_flow(ZORVA_FLASH& flash, const flow_row& flow, output& out);
 
 }  // namespace zorva_tool

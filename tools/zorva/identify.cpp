@@ -32,9 +32,9 @@ id_bytes parse_bytes(const std::string& text) {
             ? nullptr
             : ZORVA_MGR::convert_data_list_string_to_byte_array(text, &length, nullptr));
     if (!bytes || length == 0 || length > most_bytes)
-        throw failure(exit_command_line,
-                      fmt::format("'{}' isn't one to four bytes; write them as 0x20 0xBA 0x19.",
-                                  text));
+        throw failure(
+            exit_command_line,
+            fmt::format("'{}' isn't one to four bytes; write them as 0x20 0xBA 0x19.", text));
     id_bytes id;
     for (dword i = 0; i < length; ++i) {
         id.value |= static_cast<dword>(bytes[i]) << (8 * i);

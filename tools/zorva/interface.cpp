@@ -51,9 +51,10 @@ failure switched_off(const interface_row& row, const char* setting) {
 }
 
 refusal lacks_field(const interface_row& row) {
-    return refusal(fmt::format("{} devices have a name, an I/O voltage and a density only: no ID, "
-                               "no flow, no template.",
-                               row.label));
+    return refusal(
+        fmt::format("{} devices have a name, an I/O voltage and a density only: no ID, "
+                    "no flow, no template.",
+                    row.label));
 }
 
 }  // namespace zorva_tool

@@ -12,9 +12,9 @@
 namespace zorva_tool {
 
 struct interface_row {
-    const char* name;   // as --interface takes it
-    const char* label;  // as a person reads it
-    DEV_FAMILY_ENUM family;            // of its manager
+    const char* name;        // as --interface takes it
+    const char* label;       // as a person reads it
+    DEV_FAMILY_ENUM family;  // of its manager
     const char* shipped_file;
     const char* root;                  // the root element of its documents
     bool PGMDEV_DEVICE_INFO::*serves;  // whether it serves a device family
@@ -29,7 +29,6 @@ std::vector<const interface_row*> selected_interfaces(const std::string& name);
 const interface_row& interface_of(DEV_FAMILY_ENUM family);
 // The interface that a file is meant for; the first if it doesn't tell.
 const interface_row& interface_for(const std::string& file);
-
 
 failure switched_off(const interface_row& row, const char* setting);
 // The refusal of what only the devices of another interface have.

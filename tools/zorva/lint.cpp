@@ -24,8 +24,8 @@ struct lint_result {
     bool has_unreadable = false;
 };
 
-void add_finding(lint_result& result, const std::string& file, dword line,
-                 const std::string& tag, const std::string& sentence) {
+void add_finding(lint_result& result, const std::string& file, dword line, const std::string& tag,
+                 const std::string& sentence) {
     result.findings.push_back(
         {{"file", file}, {"line", line}, {"id", tag}, {"sentence", sentence}});
 }
@@ -88,10 +88,10 @@ void add_file(lint_result& result, const ZORVA_FILE_REPORT& file) {
 // "FILE:LINE: error[ID]: SENTENCE", the form that editors know.
 std::string finding_line(const json& finding) {
     const dword line = finding["line"];
-    return fmt::format("{}: error[{}]: {}",
-                       finding["file"].get<std::string>() +
-                           (line == 0 ? "" : fmt::format(":{}", line)),
-                       finding["id"].get<std::string>(), finding["sentence"].get<std::string>());
+    return fmt::format(
+        "{}: error[{}]: {}",
+        finding["file"].get<std::string>() + (line == 0 ? "" : fmt::format(":{}", line)),
+        finding["id"].get<std::string>(), finding["sentence"].get<std::string>());
 }
 
 void print(output& out, const lint_result& result) {
@@ -100,8 +100,7 @@ void print(output& out, const lint_result& result) {
         return out.document(status, {{"files", result.files},
                                      {"definitions", result.definitions},
                                      {"findings", result.findings}});
-    for (const json& finding : result.findings)
-        out.line(printable(finding_line(finding)));
+    for (const json& finding : result.findings) out.line(printable(finding_line(finding)));
     out.note(fmt::format("Files judged: {}; definitions: {}; findings: {}.", result.files,
                          result.definitions, result.findings.size()));
 }
@@ -145,15 +144,14 @@ int judge_file(context& context, const std::string& file) {
 
 void add_lint(command_line& line) {
     const auto arguments = std::make_shared<std::vector<std::string>>();
-    CLI::App* command =
-        line.add(line.app(), "lint",
-                 "Judge files by themselves, whether or not the database can be loaded",
-                 "  zorva lint pgm_flash_MY_QUAD_FLASH.xml\n"
-                 "  zorva lint ~/.local/share/zorva          all pgm_flash_*.xml of a directory\n\n"
-                 "Each finding is a line FILE:LINE: error[ID]: SENTENCE. The ID is that of\n"
-                 "'zorva messages', 'schema' where the form of the file is wrong, or 'file' where\n"
-                 "it can't be read.",
-                 [arguments](context& context) { return lint(context, *arguments); });
+    CLI::App* command = line.add(
+        line.app(), "lint", "Judge files by themselves, whether or not the database can be loaded",
+        "  zorva lint pgm_flash_MY_QUAD_FLASH.xml\n"
+        "  zorva lint ~/.local/share/zorva          all pgm_flash_*.xml of a directory\n\n"
+        "Each finding is a line FILE:LINE: error[ID]: SENTENCE. The ID is that of\n"
+        "'zorva messages', 'schema' where the form of the file is wrong, or 'file' where\n"
+        "it can't be read.",
+        [arguments](context& context) { return lint(context, *arguments); });
     command->add_option("FILE", *arguments, "Files and directories")->required()->type_name("");
 }
 

@@ -43,8 +43,8 @@ std::vector<NUMBER> asked_for(std::optional<dword> number, const std::vector<NUM
 // order of its unfiltered list.
 std::vector<std::string> suited_names(ZORVA_MGR& manager, name_list list,
                                       const list_options& options) {
-    std::vector<std::string> names = (manager.*list)(manager.get_active_device_family(),
-                                                     manager.get_active_config_mode(), true);
+    std::vector<std::string> names =
+        (manager.*list)(manager.get_active_device_family(), manager.get_active_config_mode(), true);
     if (!options.family && !options.scheme) return names;
     std::set<std::string> suited;
     for (const auto family : asked_for(options.family, manager.get_device_family_list()))
@@ -71,21 +71,30 @@ bool fits(const json& device, const list_options& options) {
            (options.origin.empty() || device["origin"] == options.origin);
 }
 
+std::vector<device> stored_devices(const database& db, ZORVA_MGR& manager,
+                                   const list_options& options) {
+    const auto names = suited_names(manager, &ZORVA_MGR::get_new_config_device_list, options);
+    const std::set<std::string> suited(names.begin(), names.end());
+    std::vector<device> devices = db.devices(manager);
+    std::erase_if(devices, [&](const device& device) { return !suited.contains(device.name); });
+    return devices;
+}
+
+std::vector<device> legacy_devices(ZORVA_MGR& manager, const list_options& options) {
+    std::vector<device> devices;
+    for (const std::string& name :
+         suited_names(manager, &ZORVA_MGR::get_legacy_config_device_list, options))
+        devices.push_back({&manager, name, nullptr, {}});
+    return devices;
+}
+
 std::vector<device> suited_devices(const database& db, const list_options& options) {
     std::vector<device> devices;
     for (ZORVA_MGR* manager : db.managers()) {
-        if (!options.legacy) {
-            const auto names =
-                suited_names(*manager, &ZORVA_MGR::get_new_config_device_list, options);
-            const std::set<std::string> suited(names.begin(), names.end());
-            std::ranges::copy_if(
-                db.devices(*manager), std::back_inserter(devices),
-                [&](const device& device) { return suited.contains(device.name); });
-        }
+        if (!options.legacy)
+            std::ranges::move(stored_devices(db, *manager, options), std::back_inserter(devices));
         if (options.legacy || options.all)
-            for (const std::string& name :
-                 suited_names(*manager, &ZORVA_MGR::get_legacy_config_device_list, options))
-                devices.push_back({manager, name, nullptr, {}});
+            std::ranges::move(legacy_devices(*manager, options), std::back_inserter(devices));
     }
     return devices;
 }
@@ -96,8 +105,9 @@ void check_family_and_scheme(const list_options& options, const database& db) {
                !asked_for(options.scheme, manager->get_config_mode_list()).empty();
     });
     if (!is_served)
-        throw failure(exit_no, "No flash interface serves that device family and scheme; "
-                               "'zorva families' lists the families.");
+        throw failure(exit_no,
+                      "No flash interface serves that device family and scheme; "
+                      "'zorva families' lists the families.");
 }
 
 void check_voltage(const list_options& options, const database& db) {
@@ -120,8 +130,8 @@ void check_template(const list_options& options, const database& db) {
 
 int list(context& context, const list_options& options) {
     if (!options.density.empty() && !parse_density(options.density))
-        throw failure(exit_command_line, fmt::format("'{}' is no density; 128Mb and 16MiB are.",
-                                                     options.density));
+        throw failure(exit_command_line,
+                      fmt::format("'{}' is no density; 128Mb and 16MiB are.", options.density));
     const database& db = context.db();
     check_family_and_scheme(options, db);
     check_voltage(options, db);
@@ -141,13 +151,13 @@ int list(context& context, const list_options& options) {
 
 void add_list(command_line& line) {
     const auto options = std::make_shared<list_options>();
-    CLI::App* command = line.add(
-        line.app(), "list", "List devices, all of them unless something is asked for",
-        "  zorva list 'W25Q*'                       by name; * and ? as in a shell\n"
-        "  zorva list --voltage 1.8V --density 128Mb\n"
-        "  zorva list --family 28 --scheme 13       what a device family can use\n"
-        "  zorva list --format names | wc -l",
-        [options](context& context) { return list(context, *options); });
+    CLI::App* command =
+        line.add(line.app(), "list", "List devices, all of them unless something is asked for",
+                 "  zorva list 'W25Q*'                       by name; * and ? as in a shell\n"
+                 "  zorva list --voltage 1.8V --density 128Mb\n"
+                 "  zorva list --family 28 --scheme 13       what a device family can use\n"
+                 "  zorva list --format names | wc -l",
+                 [options](context& context) { return list(context, *options); });
     command->add_option("PATTERN", options->pattern, "Names, with * and ?, in either case")
         ->type_name("");
     command->add_option("--family", options->family, "Only what suits this device family")

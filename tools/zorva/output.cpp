@@ -60,11 +60,10 @@ output::output(const streams& streams, std::string format, std::string command)
     : m_streams(streams), m_format(std::move(format)), m_command(std::move(command)) {}
 
 void output::document(const std::string& status, const json& members) {
-    json whole = {{"schema",
-                   {{"name", "zorva." + m_command},
-                    {"major", schema_major},
-                    {"minor", schema_minor}}},
-                  {"status", status}};
+    json whole = {
+        {"schema",
+         {{"name", "zorva." + m_command}, {"major", schema_major}, {"minor", schema_minor}}},
+        {"status", status}};
     whole.update(members);
     // Escapes all but ASCII: the control characters beyond it mustn't reach a terminal either.
     constexpr bool ascii_only = true;
@@ -130,8 +129,7 @@ void output::failed(const failure& failure) {
     std::string text = failure.what();
     if (!failure.suggestions.empty())
         text += fmt::format(" Did you mean '{}'?", joined(failure.suggestions, "' or '"));
-    if (!failure.searched.empty())
-        text += fmt::format(" Searched: {}.", joined(failure.searched));
+    if (!failure.searched.empty()) text += fmt::format(" Searched: {}.", joined(failure.searched));
     warning("error", text);
     if (!is_json()) return;
     json members = {{"message", failure.what()}, {"suggestions", failure.suggestions}};

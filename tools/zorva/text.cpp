@@ -40,9 +40,8 @@ struct unit {
     qword bytes;
 };
 constexpr unit binary_units[] = {{"GiB", 1 << 30}, {"MiB", 1 << 20}, {"KiB", 1 << 10}};
-constexpr unit density_units[] = {{"Mb", (1 << 20) / 8}, {"Gb", (1 << 30) / 8},
-                                  {"MB", 1 << 20},       {"GB", 1 << 30},
-                                  {"KiB", 1 << 10},      {"MiB", 1 << 20},
+constexpr unit density_units[] = {{"Mb", (1 << 20) / 8}, {"Gb", (1 << 30) / 8}, {"MB", 1 << 20},
+                                  {"GB", 1 << 30},       {"KiB", 1 << 10},      {"MiB", 1 << 20},
                                   {"GiB", 1 << 30}};
 
 // The least number of characters to insert, delete or replace.

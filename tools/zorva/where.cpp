@@ -16,9 +16,9 @@ constexpr column directory_columns[] = {
     {"role", "What"}, {"path", "Path"}, {"exists", "Exists"}, {"chosen_by", "Chosen by"}};
 constexpr column file_columns[] = {
     {"path", "File"}, {"origin", "Origin"}, {"state", "State"}, {"why", "Why"}};
-constexpr column definition_columns[] = {
-    {"name", "Name"}, {"kind", "Kind"}, {"state", "State"}, {"origin", "Origin"},
-    {"place", "Defined in"}, {"hidden_by", "Hidden by"}};
+constexpr column definition_columns[] = {{"name", "Name"},        {"kind", "Kind"},
+                                         {"state", "State"},      {"origin", "Origin"},
+                                         {"place", "Defined in"}, {"hidden_by", "Hidden by"}};
 
 void print_findings(output& out, const std::string& file, const json& findings) {
     for (const json& finding : findings)
@@ -93,8 +93,7 @@ int where_name(context& context, const std::string& name) {
         return exit_done;
     }
     out.table(definition_columns, rows);
-    for (const json& row : rows)
-        print_findings(out, row["file"], row["findings"]);
+    for (const json& row : rows) print_findings(out, row["file"], row["findings"]);
     return exit_done;
 }
 
