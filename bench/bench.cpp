@@ -48,11 +48,13 @@ installation::installation() {
         vendors += "<" + tag + ">" + empty_flows() + "</" + tag + ">";
     add_user_file("pgm_flash_db_qspi.xml",
                   document("<GOLDEN_TEMPLATE>" + vendors + "</GOLDEN_TEMPLATE>"));
+    add_user_file("pgm_flash_db_sdmmc.xml", "<SDMMC_FLASH/>\n");
 }
 
 void installation::use() const {
     pgm_host::set_common_programmer(m_root);
     pgm_host::set_user_ini_file(m_root + "settings.ini");
+    pgm_host::set_setting("pgm_enable_custom_sdmmc", true);
     ZORVA_MGR::set_db_custom_dir(m_root + "custom");
 }
 

@@ -1,6 +1,7 @@
 // The load of a thousand user files: its time and the heap that it leaves in use.
 #include "bench/bench.h"
 #include "pgm/zorva/zorva_qspi_mgr.h"
+#include "pgm/zorva/zorva_sdmmc_mgr.h"
 #include "services/pgm_common.h"
 
 #include <libxml/parser.h>
@@ -50,10 +51,41 @@ struct user_files {
     }
 };
 
-const user_files& files_in_use() {
+void add_card_files(const installation& place) {
+    const std::string behind_the_name =
+        "</DEVICE_NAME><DEVICE_IO_VOLTAGE>1.8V</DEVICE_IO_VOLTAGE>"
+        "<DEVICE_DENSITY>8GB</DEVICE_DENSITY></DEVICE_INFO></FLASH></SDMMC_FLASH>\n";
+    for (int i = 0; i < file_count; ++i) {
+        const std::string name = "CARD_" + std::to_string(i);
+        place.add_user_file(
+            "pgm_flash_" + name + ".xml",
+            "<SDMMC_FLASH><FLASH><DEVICE_INFO><DEVICE_NAME>" + name + behind_the_name);
+    }
+}
+
+// The same files, and as many of the other interface beside them.
+const installation& mixed_files() {
     static const user_files files;
-    files.place.use();
+    static const bool added = (add_card_files(files.place), true);
+    benchmark::DoNotOptimize(added);
+    return files.place;
+}
+
+const installation& card_files() {
+    static const installation place;
+    static const bool added = (add_card_files(place), true);
+    benchmark::DoNotOptimize(added);
+    return place;
+}
+
+const user_files& qspi_files() {
+    static const user_files files;
     return files;
+}
+
+const user_files& files_in_use() {
+    qspi_files().place.use();
+    return qspi_files();
 }
 
 void load(benchmark::State& state) {
@@ -85,6 +117,20 @@ void parse_and_validate(benchmark::State& state) {
         }
 }
 
+void load_both(benchmark::State& state, const installation& qspi, const installation& sdmmc) {
+    for (auto _ : state) {
+        qspi.use();
+        const ZORVA_QSPI_MGR qspi_mgr;
+        sdmmc.use();
+        ZORVA_SDMMC_MGR sdmmc_mgr;
+        const auto cards =
+            sdmmc_mgr.get_new_config_device_list(DEV_FAMILY_LAST, PGMIO_CONFIG_SCHEME_SDMMC, true);
+        if (qspi_mgr.get_flash_list_with_id(0, 0).size() != file_count ||
+            cards.size() != file_count)
+            state.SkipWithError("a file was refused");
+    }
+}
+
 double heap_in_use() {
     const struct mallinfo2 info = ::mallinfo2();
     return static_cast<double>(info.uordblks + info.hblkhd);
@@ -103,6 +149,10 @@ double heap_of_a_device() {
 void add_load_ratios() {
     add_ratio("load of 1000 files / tree and schema check by libxml2", 1.4, load,
               parse_and_validate);
+    add_ratio(
+        "load of both interfaces from one directory / from one each", 1.5,
+        [](benchmark::State& state) { load_both(state, mixed_files(), mixed_files()); },
+        [](benchmark::State& state) { load_both(state, qspi_files().place, card_files()); });
     add_ratio_of_amounts("heap of a loaded device / bytes of its file", 0.5, heap_of_a_device,
                          [] { return static_cast<double>(files_in_use().bytes[0].size()); });
 }

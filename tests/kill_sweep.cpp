@@ -52,16 +52,15 @@ void kill_sweep::end_everywhere(const texts& files, const job& each, bool is_loa
     const names calls = calls_of(files, each);
     put_files(m_custom_dir, files);
     ZORVA_QSPI_MGR mgr;
-    for (int call = 1; call <= std::ssize(calls); ++call) {
-        const std::string& name = calls[static_cast<std::size_t>(call) - 1];
-        for (const trouble what :
-             {trouble::ends_before, trouble::ends_halfway, trouble::ends_after}) {
-            if (what == trouble::ends_halfway && !name.starts_with("write")) continue;
-            if (what == trouble::ends_after && m_is_short && call < std::ssize(calls)) continue;
-            end_once(
-                files, [&] { return each(mgr); }, what, call);
-            if (m_judged.insert(files_in(m_custom_dir)).second) judge(name, is_load);
-        }
+    const auto end_at = [&](trouble what, std::size_t place) {
+        end_once(
+            files, [&] { return each(mgr); }, what, static_cast<int>(place) + 1);
+        if (m_judged.insert(files_in(m_custom_dir)).second) judge(calls[place], is_load);
+    };
+    for (std::size_t place = 0; place < calls.size(); ++place) {
+        end_at(trouble::ends_before, place);
+        if (calls[place].starts_with("write")) end_at(trouble::ends_halfway, place);
+        if (!m_is_short || place + 1 == calls.size()) end_at(trouble::ends_after, place);
     }
 }
 

@@ -118,7 +118,7 @@ TEST_F(StoreRecoveryTest, TheNextChangeFinishes) {
 TEST_F(StoreRecoveryTest, ANoteThatCannotBeTrustedIsDropped) {
     leave_half_way();
     const texts left = files_in(m_custom_dir);
-    const std::string note = left.at(m_note);
+    const std::string& note = left.at(m_note);
     const std::string name = "15\npgm_flash_X.xml";
     const struct {
         const char* what;

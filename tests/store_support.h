@@ -127,7 +127,7 @@ class troubled_disk : public hasty_disk {
             errno = EIO;
             return {};
         }
-        const auto result = call();
+        auto result = call();
         if (here && m_what == trouble::ends_after) ::_exit(ended);
         return result;
     }

@@ -395,6 +395,9 @@ TEST_F(ToolWriteTest, WritesSdmmcDevicesWhereTheyAreSwitchedOn) {
         expect_refused({"set", "OWN", assignment}, 1, lacks);
     expect_refused({"template", "save", "T", "--from", "OWN"}, 1, lacks);
     expect_refused({"template", "show", "Issi", "--interface", "sdmmc"}, 1, lacks);
+    expect_refused({"identify", "0x20", "--interface", "sdmmc"}, 1, lacks);
+    expect_refused({"templates", "--interface", "sdmmc"}, 1, lacks);
+    expect_refused({"show", "OWN", "--flow", "sdm"}, 1, lacks);
     expect_refused({"rm", "CARD"}, 4, "CARD is a shipped device");
     expect_refused({"copy", "SHIP_A", "OWN"}, 1, "'OWN' is the name of a device of the SD/MMC");
 

@@ -31,6 +31,7 @@ void ZORVA_ACTION::set_name(std::string name) { m_name = ZORVA_TEXT(name); }
 std::vector<ZORVA_ACT_PROPERTY> ZORVA_ACTION::get_property_enum_list() const {
     const ZORVA_ACTION_TYPE_ROW& type = zorva_action_type(m_act_type);
     std::vector<ZORVA_ACT_PROPERTY> properties;
+    properties.reserve(static_cast<std::size_t>(type.count));
     for (int place = 0; place < type.count; ++place)
         properties.push_back(static_cast<ZORVA_ACT_PROPERTY>(type.first + place));
     return properties;

@@ -71,6 +71,7 @@ int messages(context& context, const std::string& id) {
 }  // namespace
 
 int list_templates(context& context) {
+    context.db().require_flows();
     json rows = json::array();
     for (ZORVA_MGR* manager : context.db().managers())
         for (const std::string& name : manager->get_prog_flow_template_list())

@@ -105,6 +105,12 @@ void database::index_definitions() {
                     m_definitions[{manager, is.name}].push_back({&file, &is});
 }
 
+void database::require_flows() const {
+    const bool some_has_flows = std::ranges::any_of(
+        m_managers, [](ZORVA_MGR* manager) { return manager->is_flash_operation_supported(); });
+    if (!some_has_flows) throw lacks_field(interface_of(m_managers.front()->get_flash_family()));
+}
+
 std::vector<device> database::devices(ZORVA_MGR& manager) const {
     std::vector<device> devices;
     // An empty mask fits every device.

@@ -24,6 +24,8 @@ class database {
 
     const custom_directory& custom_dir() const { return m_custom_dir; }
     const std::vector<ZORVA_MGR*>& managers() const { return m_managers; }
+    // A refusal if none of the selected interfaces has IDs, flows and templates.
+    void require_flows() const;
     // All files that were met, whichever interface they are meant for.
     const std::vector<const ZORVA_FILE_REPORT*>& files() const { return m_files; }
 

@@ -181,6 +181,7 @@ int identify(context& context, const identify_options& options) {
     const dword mask = options.mask.empty() ? asked.defined : parse_bytes(options.mask).value;
     if (mask == 0 || (mask & ~asked.defined) != 0)
         throw failure(exit_command_line, "The mask has to mark bits of the bytes, and of no more.");
+    context.db().require_flows();
     const std::vector<device> devices = candidates(context.db(), asked.value, mask);
     json rows = json::array();
     for (const device& device : devices) rows.push_back(device_json(device));

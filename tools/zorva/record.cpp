@@ -79,10 +79,7 @@ void check_new_devices_are_supported(ZORVA_MGR& manager) {
 ZORVA_MGR& manager_of_template(const database& db, const std::string& name) {
     for (ZORVA_MGR* manager : db.managers())
         if (std::ranges::count(manager->get_prog_flow_template_list(), name) != 0) return *manager;
-    const bool none_has_templates = std::ranges::none_of(
-        db.managers(), [](ZORVA_MGR* manager) { return manager->is_flash_operation_supported(); });
-    if (none_has_templates)
-        throw lacks_field(interface_of(db.managers().front()->get_flash_family()));
+    db.require_flows();
     throw db.not_found("template", name, db.template_names());
 }
 

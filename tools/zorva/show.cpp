@@ -1,6 +1,7 @@
 // zorva show
 #include "tools/zorva/command_line.h"
 #include "tools/zorva/flow.h"
+#include "tools/zorva/interface.h"
 #include "tools/zorva/text.h"
 
 #include <fmt/format.h>
@@ -73,6 +74,8 @@ int show(context& context, const show_options& options) {
     const device device = context.db().get(options.name);
     output& out = context.out();
     if (field != nullptr) return show_field(out, device, *field);
+    if (!options.flow.empty() && !device.manager->is_flash_operation_supported())
+        throw lacks_field(interface_of(device.manager->get_flash_family()));
     const std::vector<flow_row> flows = selected_flows(options.flow);
     if (out.is_json())
         show_json(out, device, flows);
