@@ -24,7 +24,8 @@ class kill_sweep : public StoreTest {
     void TestBody() override {}
     void end_everywhere(const texts& files, const job& each, bool is_load);
     names calls_of(const texts& files, const job& each);
-    void end_once(const texts& files, const std::function<bool()>& each, trouble what, int call);
+    void end_once(const texts& files, const std::function<bool()>& each, trouble what,
+                  std::size_t call);
     void judge(const std::string& place, bool is_load);
 
     bool m_is_short;
@@ -52,9 +53,9 @@ void kill_sweep::end_everywhere(const texts& files, const job& each, bool is_loa
     const names calls = calls_of(files, each);
     put_files(m_custom_dir, files);
     ZORVA_QSPI_MGR mgr;
+    const auto run = [&] { return each(mgr); };
     const auto end_at = [&](trouble what, std::size_t place) {
-        end_once(
-            files, [&] { return each(mgr); }, what, static_cast<int>(place) + 1);
+        end_once(files, run, what, place + 1);
         if (m_judged.insert(files_in(m_custom_dir)).second) judge(calls[place], is_load);
     };
     for (std::size_t place = 0; place < calls.size(); ++place) {
@@ -76,7 +77,7 @@ names kill_sweep::calls_of(const texts& files, const job& each) {
 }
 
 void kill_sweep::end_once(const texts& files, const std::function<bool()>& each, trouble what,
-                          int call) {
+                          std::size_t call) {
     put_files(m_custom_dir, files);
     const int code = in_child([&] {
         troubled_disk disk(what, call);
@@ -86,7 +87,7 @@ void kill_sweep::end_once(const texts& files, const std::function<bool()>& each,
     ++m_points;
     if (code == troubled_disk::ended) return;
     ++m_lost;
-    std::fprintf(stderr, "%s, call %d: exit code %d\n", m_name.c_str(), call, code);
+    std::fprintf(stderr, "%s, call %zu: exit code %d\n", m_name.c_str(), call, code);
 }
 
 void kill_sweep::judge(const std::string& place, bool is_load) {

@@ -8,11 +8,12 @@ namespace {
 class StoreFailureTest : public StoreTest {
   protected:
     // False if the change was over before that call.
-    bool change_fails_well(const change_case& row, const texts& after, trouble what, int call);
+    bool change_fails_well(const change_case& row, const texts& after, trouble what,
+                           std::size_t call);
 };
 
 bool StoreFailureTest::change_fails_well(const change_case& row, const texts& after, trouble what,
-                                         int call) {
+                                         std::size_t call) {
     put_files(m_custom_dir, row.files);
     ZORVA_QSPI_MGR mgr;
     const texts before = answers(mgr);
@@ -43,7 +44,7 @@ TEST_F(StoreFailureTest, NothingIsLostWhicheverCallFails) {
         EXPECT_TRUE(row.change(*std::make_unique<ZORVA_QSPI_MGR>(), m_custom_dir));
         const texts after = loaded();
         for (const trouble what : {trouble::call_fails, trouble::all_fail_from_there})
-            for (int call = 1; change_fails_well(row, after, what, call);) ++call;
+            for (std::size_t call = 1; change_fails_well(row, after, what, call);) ++call;
     }
 }
 

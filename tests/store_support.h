@@ -9,8 +9,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <set>
 #include <string>
@@ -79,8 +79,8 @@ class troubled_disk : public hasty_disk {
   public:
     static constexpr int ended = 77;  // exit code of a process that ends here
 
-    troubled_disk(trouble what, int call) : m_what(what), m_call(call) {}
-    bool was_troubled() const { return std::ssize(m_calls) >= m_call; }
+    troubled_disk(trouble what, std::size_t call) : m_what(what), m_call(call) {}
+    bool was_troubled() const { return m_calls.size() >= m_call; }
     // What was called so far, as "write FILE".
     const names& calls() const { return m_calls; }
 
@@ -104,7 +104,7 @@ class troubled_disk : public hasty_disk {
     }
     // A write that fails leaves a part of the file, as that of a full disk does.
     bool write(const std::string& path, std::string_view bytes) override {
-        const bool here = std::ssize(m_calls) + 1 == m_call;
+        const bool here = m_calls.size() + 1 == m_call;
         if (here) hasty_disk::write(path, bytes.substr(0, bytes.size() / 2));
         if (here && m_what == trouble::ends_halfway) ::_exit(ended);
         return pass("write " + path, [&] { return hasty_disk::write(path, bytes); });
@@ -120,7 +120,7 @@ class troubled_disk : public hasty_disk {
     template <class CALL>
     auto pass(const std::string& name, CALL call) -> decltype(call()) {
         m_calls.push_back(name);
-        const bool here = std::ssize(m_calls) == m_call;
+        const bool here = m_calls.size() == m_call;
         if (here && m_what == trouble::ends_before) ::_exit(ended);
         if ((here && m_what == trouble::call_fails) ||
             (was_troubled() && m_what == trouble::all_fail_from_there)) {
@@ -133,7 +133,7 @@ class troubled_disk : public hasty_disk {
     }
 
     trouble m_what;
-    int m_call;
+    std::size_t m_call;
     names m_calls;
 };
 

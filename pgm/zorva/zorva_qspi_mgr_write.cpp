@@ -55,6 +55,7 @@ std::unique_ptr<PGM_COMMON_XML_ELEMENT> template_element(const std::string& name
 
 std::vector<ZORVA_OPERATION*> copy_of(const std::vector<ZORVA_OPERATION*>& operation_list) {
     std::vector<ZORVA_OPERATION*> copies;
+    copies.reserve(operation_list.size());
     for (const ZORVA_OPERATION* operation : operation_list)
         copies.push_back(
             new ZORVA_QSPI_OPERATION(static_cast<const ZORVA_QSPI_OPERATION&>(*operation)));

@@ -52,6 +52,7 @@ ZORVA_TEXT read_property(const PGM_COMMON_XML_ELEMENT& xml_action,
 const ZORVA_QSPI_ACTION& new_action(ZORVA_ACT_TYPE type) {
     static const auto actions = [] {
         std::vector<ZORVA_QSPI_ACTION> all;
+        all.reserve(ZORVA_ACT_TYPE_COUNT);
         for (int each = 0; each < ZORVA_ACT_TYPE_COUNT; ++each)
             all.emplace_back(static_cast<ZORVA_ACT_TYPE>(each));
         return all;

@@ -85,6 +85,7 @@ bool is_writable(ZORVA_OPERATION& operation) {
 
 bool is_writable(const std::vector<ZORVA_OPERATION*>& flow) {
     std::vector<ZORVA_OP_TYPE> types;
+    types.reserve(flow.size());
     for (const ZORVA_OPERATION* operation : flow) types.push_back(operation->get_operation_type());
     std::ranges::sort(types);
     const bool holds_each_once = std::ranges::adjacent_find(types) == types.end();

@@ -37,6 +37,7 @@ void check_not_defined(const database& db, ZORVA_DEFINITION_KIND kind, const std
 void copy_flow(ZORVA_FLASH& to, ZORVA_PROG_FLOW_TYPE type,
                const std::vector<ZORVA_OPERATION*>& operations) {
     std::vector<ZORVA_OPERATION*> copies;
+    copies.reserve(operations.size());
     for (const ZORVA_OPERATION* operation : operations)
         copies.push_back(
             new ZORVA_QSPI_OPERATION(static_cast<const ZORVA_QSPI_OPERATION&>(*operation)));
