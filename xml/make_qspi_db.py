@@ -53,8 +53,16 @@ def is_number(least, greatest):
     return lambda text: re.fullmatch("[0-9]+", text) and least <= int(text) <= greatest
 
 
-is_byte = matches("0x[0-9A-F]{2}")
-is_byte_list = matches("0x[0-9A-F]{2}( 0x[0-9A-F]{2})*")
+BYTE = "0x[0-9A-F]{2}"
+
+
+def is_list_of(item):
+    return matches(f"{item}( {item})*")
+
+
+is_byte = matches(BYTE)
+is_byte_list = is_list_of(BYTE)
+is_masked_byte_list = is_list_of(f"{BYTE}(/{BYTE})?")
 is_count = is_number(1, 0xFFFFFFFF)
 is_dummy = is_number(0, 15)
 
@@ -65,16 +73,17 @@ COLUMNS = {
     "vendor": is_one_of(VENDORS),
     "name": is_name,
     "id_bytes": is_byte_list,
-    "id_more": lambda text: not text or is_byte_list(text),
+    "id_more": lambda text: not text or is_masked_byte_list(text),
     "density": is_one_of(DENSITIES),
     "io_voltage": is_one_of(["1.8V", "3.0V/3.3V"]),
     "total_die": is_count,
     "dummy_fast_read": is_dummy,
     "dummy_x4": is_dummy,
     "flow": is_name,
-    "erase": matches("0x[0-9A-F]{2}=(4|32|64|256)( 0x[0-9A-F]{2}=(4|32|64|256))*"),
+    "erase": is_list_of(f"{BYTE}=(4|32|64|256)"),
     "protection": is_byte,
-    "sources": lambda text: True,
+    "note": lambda text: True,
+    "sources": is_list_of(r"[a-z_]+:[a-z+-]+(\(id\))?"),
 }
 
 
@@ -82,6 +91,11 @@ class Part(flash_db.Part):
     def address_bytes(self):
         large = DENSITIES.index(self["density"]) > DENSITIES.index(LARGEST_3BYTE_DENSITY)
         return "4" if large else "3"
+
+    def id_check(self):
+        """Pairs of expected byte and mask."""
+        masked = f"{self['id_bytes']} {self['id_more']}".split()
+        return [(item + "/0xFF").split("/")[:2] for item in masked]
 
     def erases(self):
         """Pairs of erase command and size in KiB."""
@@ -319,13 +333,13 @@ def erase(command, kib, part):
 
 
 def read_id(part):
-    expected = f"{part['id_bytes']} {part['id_more']}".split()
+    compared = part.id_check()
     return action("READ_REG", {
         "NAME": "Check_ID",
         "COMMAND": "0x9F",
-        "DATA_LENGTH": len(expected),
-        "EXPECTED_DATA": " ".join(expected),
-        "EXPECTED_DATA_MASK": " ".join("0xFF" for _ in expected),
+        "DATA_LENGTH": len(compared),
+        "EXPECTED_DATA": " ".join(expected for expected, _ in compared),
+        "EXPECTED_DATA_MASK": " ".join(mask for _, mask in compared),
     })
 
 

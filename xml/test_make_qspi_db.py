@@ -4,7 +4,7 @@ import functools
 import re
 import unittest
 import xml.etree.ElementTree as ElementTree
-from itertools import groupby
+from itertools import combinations, groupby, product
 
 import make_qspi_db
 from flash_db_testing import BadSourceTests, OutputTests
@@ -12,7 +12,7 @@ from flash_db_testing import BadSourceTests, OutputTests
 OPERATIONS = ["INITIALIZATION", "PROGRAM", "ERASE", "VERIFY_BLANKCHECK_EXAMINE", "TERMINATION"]
 MARKS = {"PROGRAM": "Program data", "ERASE": "Erase data", "VERIFY_BLANKCHECK_EXAMINE": "Read data"}
 
-WRITE_ENABLE, SELECT_DIE, READ_ID = "0x06", "0xC2", "0x9F"
+WRITE_ENABLE, SELECT_DIE, READ_ID, RESET = "0x06", "0xC2", "0x9F", "0x99"
 ANY_REGISTER_WRITE, VOLATILE_COPIES = "0x71", 0x800000  # data: an address, then the value
 NON_VOLATILE_WRITES = {"0x01", "0x11", "0x31", "0xB1"}
 REGISTER_WRITES = NON_VOLATILE_WRITES | {"0x17", ANY_REGISTER_WRITE, "0xC5"}
@@ -25,8 +25,8 @@ MODE_NEEDS_WRITE_ENABLE = r"template Micron|MT25.*|N25.*|W25Q256FV"
 NO_E9 = r"template Issi|IS25.*|S25FS.*|S70FS.*"
 BUSY_BITS = {"0x05": (0x01, 0x00), "0x70": (0x80, 0x80)}  # mask and value once ready
 KIB = 1024
-SLOWEST = {4 * KIB: 800_000, 32 * KIB: 4_000_000, 64 * KIB: 4_000_000, 256 * KIB: 16_000_000}
-SLOWEST_PROGRAM, SLOWEST_REGISTER_WRITE = 3_000, 5_000_000
+SLOWEST = {4 * KIB: 896_000, 32 * KIB: 4_000_000, 64 * KIB: 5_376_000, 256 * KIB: 6_144_000}
+SLOWEST_PROGRAM, SLOWEST_REGISTER_WRITE = 5_376, 5_000_000
 
 # Parts whose erase commands aren't those of their relatives: pattern, and command to KiB.
 ODD_ERASES = {
@@ -35,7 +35,35 @@ ODD_ERASES = {
     r"M25P(?!128)[248163]\d*|S25FL\d+[AP]|S25F[LS](064|12[78]|256)S": {"0xD8": 64},
     r"M25PX.*|N25Q(?!016).*|W25X[1248]0|IS25LQ016|S25FL\d+K": {"0x20": 4, "0xD8": 64},
     r"MX25L(1006E|2005A|4005A|8005|1606E|3206E|6406E|12805D)": {"0x20": 4, "0xD8": 64},
+    # 0x52 erases nothing or 64 KiB on other parts of their ID.
+    r"MT25Q[LU](128|256|512|01G)|template Micron|MX25U8032E": {"0x20": 4, "0xD8": 64},
+    r"MX25L(3233F|6445E|6473F|12833F|12835F|12845E)": {"0x20": 4, "0xD8": 64},
+    r"IS25LP0[12]0E|IS25[LW]P0[12]GG": {"0x20": 4, "0xD8": 64},
 }
+
+# What parts answer to 0x9F, and the names whose check takes it.
+ANSWERS = {
+    "20 BA 19 10 44 00": "MT25QL256", "20 BA 19 10 00 00": "N25Q256A13",
+    "20 BB 20 10 44 00": "MT25QU512", "20 BB 20 10 00 00": "N25Q512A11",
+    "20 BB 21 10 44 00": "MT25QU01G", "20 BB 21 10 40 00": "MT25QU01G",
+    "20 BB 21 10 00 00": "N25Q00AA11", "20 BA 22 10 40 00": "MT25QL02G",
+    "01 02 17 4D 01 81": "S25FS064S",
+    "01 20 18 4D 01 80": "S25FL127S S25FL128S S25FL129P",
+    "01 20 18 4D 01 81": "S25FL127S S25FL129P S25FS128S",
+    "01 02 19 4D 01 80": "S25FL256S", "01 02 19 4D 01 81": "S25FS256S",
+    "01 02 20 4D 00 80": "S25FL512S", "01 02 20 4D 00 81": "S25FS512S",
+    "01 02 19 4D 00 80": "", "01 02 20 4D 01 80": "",  # the other sector size
+    "01 02 21 4D 00 81": "S70FL01GS S70FS01GS", "01 02 21 4D 01 81": "S70FL01GS",
+}
+# Parts, a register check ahead of Program and Erase, and values at which they go on and stop.
+REGISTERS = [
+    ("S25FS(512|064|128|256)S|S70FS01GS", "Check_configuration_3",
+     [0x00, 0x08], [0x01, 0x04, 0x10, 0x20]),
+    ("S25FS512S|S70FS01GS", "Check_configuration_3", [0x02, 0x0A], []),
+    ("S25FS(064|128|256)S", "Check_configuration_3", [], [0x02]),  # 256 KiB sectors
+    ("S25FS(512|064|128|256)S|S70FS01GS", "Check_uniform_sectors", [0x08], [0x00]),
+    ("S25FL127S", "Check_sector_size", [0x00], [0x80]),
+]
 
 
 class Action:
@@ -48,6 +76,12 @@ class Action:
 
     def is_poll(self):
         return self.COMMAND in BUSY_BITS and int(self.ATTEMPT_COUNT) > 1
+
+    def fits(self, answer):
+        """Whether a read of these bytes goes on."""
+        expected = bytes.fromhex(self.EXPECTED_DATA.replace("0x", ""))
+        mask = bytes.fromhex(self.EXPECTED_DATA_MASK.replace("0x", ""))
+        return all((a ^ e) & m == 0 for a, e, m in zip(answer, expected, mask, strict=True))
 
     def register_address(self):
         return bytes(int(byte, 16) for byte in self.DATA.split()[:-1])
@@ -82,6 +116,12 @@ class Flow:
         """What runs once, ahead of the part that is repeated over the data."""
         actions = self.operations[tag]
         return actions[:[a.DIRECTION for a in actions].index("start")]
+
+    def id_check(self):
+        return next(a for a in self.operations["INITIALIZATION"] if a.COMMAND == READ_ID)
+
+    def erases(self):
+        return {a.COMMAND: int(a.ERASE_SIZE) // KIB for a in self.actions if a.type == "ERASE"}
 
     def is_large(self):
         return not self.info or int(self.info["DEVICE_DENSITY"][:-2]) > 128
@@ -192,10 +232,9 @@ class ShippedFlows(unittest.TestCase):
         runs = [list(run) for erases, run in
                 groupby(flow.operations["ERASE"], lambda a: a.type == "ERASE") if erases]
         self.assertEqual(1, len(runs))
-        sizes = {a.COMMAND: int(a.ERASE_SIZE) // KIB for a in runs[0]}
         usual = [{"0x20": 4, "0xD8": 64}, {"0x20": 4, "0x52": 32, "0xD8": 64}]
         odd = [o for pattern, o in ODD_ERASES.items() if re.fullmatch(pattern, flow.name)]
-        self.assertIn(sizes, odd or usual + [{"0xD8": 64}] * (flow.info is None))
+        self.assertIn(flow.erases(), odd or usual + [{"0xD8": 64}] * (flow.info is None))
 
     @on_each_flow
     def test_id_is_checked_before_anything_is_written_to_a_device(self, flow):
@@ -207,6 +246,53 @@ class ShippedFlows(unittest.TestCase):
         self.assertNotIn(WRITE_ENABLE, commands[:at])
         expected = flow.operations["INITIALIZATION"][at].EXPECTED_DATA
         self.assertTrue(expected.startswith(flow.info["DEVICE_ID"]), expected)
+
+    def test_id_check_tells_apart_what_the_further_bytes_tell(self):
+        for answer, names in ANSWERS.items():
+            with self.subTest(answer):
+                taken = {
+                    flow.name for flow in self.flows if flow.info and flow.id_check().fits(
+                        bytes.fromhex(answer)[:int(flow.id_check().DATA_LENGTH)])}
+                self.assertEqual(set(names.split()), taken)
+
+    def test_parts_that_the_id_check_cannot_tell_apart_erase_alike(self):
+        # Else the erase of a part chosen by a wrong name takes data beside, or erases nothing.
+        by_id = {}
+        for flow in self.flows:
+            if flow.info:
+                by_id.setdefault(flow.info["DEVICE_ID"], []).append(flow)
+        for one, other in sum((list(combinations(flows, 2)) for flows in by_id.values()), []):
+            with self.subTest(f"{one.name}, {other.name}"):
+                if self.are_alike(one.id_check(), other.id_check()):
+                    self.assertEqual(one.erases(), other.erases())
+
+    def are_alike(self, one, other):
+        """Whether an answer is there that both take."""
+        columns = [one.EXPECTED_DATA, one.EXPECTED_DATA_MASK,
+                   other.EXPECTED_DATA, other.EXPECTED_DATA_MASK]
+        rows = zip(*([int(byte, 16) for byte in column.split()] for column in columns))
+        return all((e ^ other_e) & m & other_m == 0 for e, m, other_e, other_m in rows)
+
+    def test_flow_stops_at_a_register_that_is_set_otherwise(self):
+        for parts, name, good, bad in REGISTERS:
+            flows = [flow for flow in self.flows if re.fullmatch(parts, flow.name)]
+            self.assertTrue(flows, parts)
+            for flow, tag in product(flows, ("PROGRAM", "ERASE")):
+                check = next(a for a in flow.preparation(tag) if a.NAME == name)
+                for value in good + bad:
+                    with self.subTest(f"{flow.name} {name} 0x{value:02X}"):
+                        self.assertEqual(value in good, check.fits([value]))
+
+    @on_each_flow
+    def test_uniform_sectors_of_fs_s_hold_until_termination_alone(self, flow):
+        if re.fullmatch("S25FS.*|S70FS.*", flow.name):
+            for tag in ("PROGRAM", "ERASE"):
+                commands = [a.COMMAND for a in flow.operations[tag]]
+                self.assertNotIn(RESET, commands[commands.index(ANY_REGISTER_WRITE):], tag)
+            self.assertIn(RESET, [a.COMMAND for a in flow.operations["TERMINATION"]])
+        for action in flow.actions:
+            if action.COMMAND == ANY_REGISTER_WRITE:
+                self.assertFalse(action.writes_non_volatile_register(), action.NAME)
 
     @on_each_flow
     def test_examining_writes_no_non_volatile_register_and_repeating_none_either(self, flow):
@@ -240,11 +326,13 @@ class BadSources(BadSourceTests, unittest.TestCase):
     DATABASE = make_qspi_db
     CASES = [
         ("parts.csv", "vendor,name,", "name,vendor,", r"1: the columns have to be"),
-        ("parts.csv", "1,8,10,n25q,", "1,8,n25q,", r"2: 12 columns instead of 13"),
+        ("parts.csv", "1,8,10,n25q,", "1,8,n25q,", r"2: 13 columns instead of 14"),
         ("parts.csv", "MT25QU128,", "MT25QL128,", r"3: 'MT25QL128' is there twice"),
         ("parts.csv", "Micron,MT25QL128", "Micro,MT25QL128", r"2: 'Micro' is not valid"),
         ("parts.csv", "128Mb,3.0V", "129Mb,3.0V", r"2: '129Mb' is not valid for density"),
-        ("parts.csv", "0x52=32", "0x52=33", r"2: .* is not valid for erase"),
+        ("parts.csv", "0xD8=64", "0xD8=65", r"2: .* is not valid for erase"),
+        ("parts.csv", "0x40/0x40", "0x40/40", r"4: .* is not valid for id_more"),
+        ("parts.csv", "id:flashrom", "flashrom", r"2: .* is not valid for sources"),
         ("parts.csv", ",n25q,", ",n26q,", r"2: Micron has no flow 'n26q'"),
         ("micron.flow", "golden MT25", "golden MX25", r"2: golden has to name"),
         ("micron.flow", "like plain", "like that", r"\d+: there is no flow 'that'"),
