@@ -4,6 +4,7 @@
 #include "tools/zorva/text.h"
 
 #include <fstream>
+#include <regex>
 
 using namespace zorva_tool;
 
@@ -46,13 +47,13 @@ TEST(ToolTextTest, SuggestsNamesThatComeNear) {
         EXPECT_EQ(::joined(nearest(name, names)), expected) << name;
 }
 
-std::string page(const std::string& name) {
-    std::ifstream file(std::string(ZORVA_SOURCE_DIR "/docs/") + name);
+std::string source_file(const std::string& path) {
+    std::ifstream file(std::string(ZORVA_SOURCE_DIR "/") + path);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
 TEST(ToolTextTest, ThePageOfMessagesTellsOfEachMessage) {
-    const std::string text = page("messages.md");
+    const std::string text = source_file("docs/messages.md");
     for (const ZORVA_MESSAGE_INFO& message : ZORVA_MGR::get_message_list()) {
         std::string sentence = message.text;
         for (const std::string place : {"%1!s!", "%1!d!", "%2!s!"})
@@ -62,6 +63,73 @@ TEST(ToolTextTest, ThePageOfMessagesTellsOfEachMessage) {
         const std::size_t at = text.find(row);
         ASSERT_NE(at, std::string::npos) << row;
         EXPECT_NE(text[at + row.size()], '\n') << "what to do about " << message.id;
+    }
+}
+
+// The words of each example that makes or changes a device or template, continued lines joined and
+// what a page says behind it cut off.
+std::vector<std::vector<std::string>> examples_of(const std::string& text) {
+    const std::regex example(
+        R"(^ +zorva ((copy|set|new|template save) .*?[A-Z].*?)( {4,}[a-z].*)?$)");
+    const std::regex word("'([^']*)'|([^' ]+)");
+    std::vector<std::vector<std::string>> examples;
+    std::istringstream lines(std::regex_replace(text, std::regex("\\\\\n"), ""));
+    for (std::string line; std::getline(lines, line);) {
+        std::smatch match;
+        if (!std::regex_match(line, match, example)) continue;
+        const std::string command = match[1];
+        examples.emplace_back();
+        for (std::sregex_iterator at(command.begin(), command.end(), word), end; at != end; ++at)
+            examples.back().push_back((*at)[1].matched ? (*at)[1] : (*at)[2]);
+    }
+    return examples;
+}
+
+// Address bytes, dummy cycles and ID of the flows are those of the device.
+void expect_usable(const nlohmann::json& device) {
+    const std::string address_bytes = device["bytes"] > 16 << 20 ? "4" : "3";
+    const std::string dummy = device["dummy"].dump();
+    const std::string id = device["id"];
+    bool addresses = false;
+    for (const auto& flow : device["flows"])
+        for (const auto& operation : flow)
+            for (const auto& action : operation["actions"]) {
+                addresses |= action.contains("addressing_mode");
+                EXPECT_EQ(action.value("addressing_mode", address_bytes), address_bytes);
+                EXPECT_EQ(action.value("dummy_clock_cycle", dummy), dummy);
+                if (action.value("command", "") != "0x9F") continue;
+                EXPECT_TRUE(std::string(action["expected_data"]).starts_with(id)) << action;
+            }
+    EXPECT_TRUE(addresses);
+}
+
+// The shipped document with these devices alone, since the tool loads it anew at each run.
+std::string shipped_with(const std::vector<std::string>& names) {
+    const std::string all = source_file("xml/pgm_flash_db_qspi.xml");
+    std::string some = all.substr(0, all.find("<FLASH>"));
+    for (const std::string& name : names) {
+        const std::size_t at = all.rfind("<FLASH>", all.find("<DEVICE_NAME>" + name + "<"));
+        some += all.substr(at, all.find("<FLASH>", at + 1) - at);
+    }
+    return some + "</QSPI_FLASH>\n";
+}
+
+// With the shipped flows: the numbers of their actions stand in the examples.
+TEST_F(ToolTest, TheExamplesMakeDevicesThatWork) {
+    write_shipped(shipped_with({"MT25QU128", "W25Q256JV"}));
+    for (const std::string& text :
+         {source_file("docs/adding-your-device.md"), zorva("copy --help").out,
+          zorva("set --help").out, replaced(zorva("new --help").out, "zorva new MY_CARD", "")}) {
+        const auto examples = examples_of(text);
+        EXPECT_FALSE(examples.empty()) << text;
+        for (const std::vector<std::string>& example : examples) {
+            SCOPED_TRACE(::joined(example));
+            const std::string& name = example[example[0] == "copy" ? 2 : 1];
+            if (example[0] != "set") zorva("rm " + name);
+            EXPECT_EQ(zorva(example).code, 0);
+            if (example[0] != "template")
+                expect_usable(zorva("show " + name + " --format json").document());
+        }
     }
 }
 

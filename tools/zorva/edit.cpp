@@ -75,15 +75,22 @@ void add_edit(command_line& line) {
     const auto options = std::make_shared<edit_options>();
     CLI::App* copy_command =
         line.add(line.app(), "copy", "Make a device of your own from another one",
-                 with_field_help("  zorva copy MT25QU128 MY_FLASH\n"
-                                 "  zorva copy MT25QU128 MY_FLASH --set density=256Mb "
-                                 "'id=0x20 0xBB 0x19'"),
+                 with_field_help(
+                     "  zorva copy MT25QU128 MY_FLASH\n"
+                     "  zorva copy W25Q256JV MY_FLASH --set 'id=0xEF 0x70 0x19' \\\n"
+                     "             'sfl.initialization[3].expected_data=0xEF 0x70 0x19' \\\n"
+                     "             'sdm.initialization[3].expected_data=0xEF 0x70 0x19'\n\n"
+                     "Copy a device of the size of your part: the flows use 4 address bytes above\n"
+                     "128Mb, else 3, and setting 'density' doesn't change them."),
                  [options](context& context) { return copy(context, *options); });
-    CLI::App* set_command =
-        line.add(line.app(), "set", "Change values of a device of your own",
-                 with_field_help("  zorva set MY_FLASH voltage=1.8V dummy=10\n"
-                                 "  zorva set MY_FLASH 'sfl.program[2].delay=10'"),
-                 [options](context& context) { return set(context, *options); });
+    CLI::App* set_command = line.add(
+        line.app(), "set", "Change values of a device of your own",
+        with_field_help("  zorva set MY_FLASH 'sfl.initialization[2].delay=800' \\\n"
+                        "            'sdm.initialization[2].delay=800'\n"
+                        "  zorva set MY_FLASH 'id=0xEF 0x70 0x19' \\\n"
+                        "            'sfl.initialization[3].expected_data=0xEF 0x70 0x19' \\\n"
+                        "            'sdm.initialization[3].expected_data=0xEF 0x70 0x19'"),
+        [options](context& context) { return set(context, *options); });
     CLI::App* rm_command =
         line.add(line.app(), "rm", "Remove a device of your own",
                  "  zorva rm MY_FLASH\n"

@@ -122,10 +122,12 @@ void add_new(command_line& line) {
         line.app(), "new",
         "Make a device of your own from a flow template. On a terminal, what isn't given is asked",
         "  zorva new\n"
-        "  zorva new MY_FLASH --id '0x20 0xBB 0x18' --voltage 1.8V --density 128Mb --dies 1\n"
+        "  zorva new MY_FLASH --id '0x20 0xBB 0x19' --voltage 1.8V --density 256Mb --dies 1 \\\n"
         "            --dummy 8 --dummy-x4 10 --template Micron\n"
         "  zorva new MY_CARD --interface sdmmc --voltage 1.8V --density 8GB\n\n"
-        "'zorva copy' is shorter where a device in the database behaves alike.",
+        "The vendors' templates are flows for parts above 128Mb, with 4 address bytes; they check\n"
+        "no ID. 'zorva copy' is shorter where a device in the database behaves alike, and serves\n"
+        "smaller parts, too.",
         [options](context& context) { return make_new(context, *options); });
     command->add_option("NAME", options->name, "Letters, digits and _")->type_name("");
     for (const field& field : device_fields())
