@@ -57,7 +57,9 @@ class PGM_COMMON_XML {
     // Writes the tree; the caller keeps it, and sees by the file whether it worked.
     static void write_xml(PGM_COMMON_XML_ELEMENT* root, std::string file);
 
-    // The same three on bytes in memory. `name` stands for the file in the texts.
+    // The same three on bytes in memory. `name` stands for the file in the texts. write_bytes gives
+    // none for a text that XML can't hold, or a comment that wouldn't come back as it is.
+    // parse_bytes keeps the comments, for who changes a file of somebody's; a load has none.
     static std::string write_bytes(const PGM_COMMON_XML_ELEMENT* root);
     static void check_bytes(std::string_view bytes, std::string name, std::string xsd_file,
                             std::string& first_text, std::string& second_text);

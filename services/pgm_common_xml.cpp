@@ -77,7 +77,8 @@ XML_OUTCOME check(const PGM_COMMON_XML_DOCUMENT* document, std::string_view byte
     }
     const XML_SCHEMA* schema = schema_of(document->kind, xsd_file, outcome.first_text);
     if (schema == nullptr) return outcome;
-    return read_xml_document(*document, bytes, name, schema, true);
+    return read_xml_document(*document, bytes, name, schema,
+                             {.check_counts = true, .keep_comments = false});
 }
 
 XML_OUTCOME parse_file(PGM_COMMON_XML_FILE_ENUM kind, const std::string& xml_file,
@@ -88,7 +89,8 @@ XML_OUTCOME parse_file(PGM_COMMON_XML_FILE_ENUM kind, const std::string& xml_fil
     if (document == nullptr) {
         outcome.first_text = xml_reason(xml_file, 1, "The kind of document is not known.");
     } else if (read_file(xml_file, bytes, outcome.first_text)) {
-        outcome = shipped ? read_xml_document(*document, bytes, xml_file, nullptr, false)
+        outcome = shipped ? read_xml_document(*document, bytes, xml_file, nullptr,
+                                              {.check_counts = false, .keep_comments = false})
                           : check(document, bytes, xml_file, xsd_file);
     }
     return outcome;
@@ -176,7 +178,8 @@ void* PGM_COMMON_XML::parse_bytes(PGM_COMMON_XML_FILE_ENUM kind, std::string_vie
     pgm_host::drop_kept_document();
     XML_OUTCOME outcome;
     if (const PGM_COMMON_XML_DOCUMENT* document = document_of(kind)) {
-        outcome = read_xml_document(*document, bytes, name, nullptr, true);
+        outcome = read_xml_document(*document, bytes, name, nullptr,
+                                    {.check_counts = true, .keep_comments = true});
     } else {
         outcome.first_text = xml_reason(name, 1, "The kind of document is not known.");
     }

@@ -38,8 +38,9 @@ std::string quoted(std::string_view text) { return "\"" + std::string(text) + "\
 // its errors belongs to the element that was started or ended last.
 class reader {
   public:
-    reader(const PGM_COMMON_XML_DOCUMENT& document, const std::string& name, bool check_counts)
-        : m_document(document), m_name(name), m_check_counts(check_counts) {}
+    reader(const PGM_COMMON_XML_DOCUMENT& document, const std::string& name,
+           XML_READ_OPTIONS options)
+        : m_document(document), m_name(name), m_options(options) {}
 
     XML_OUTCOME read(std::string_view bytes, const XML_SCHEMA* schema);
 
@@ -61,6 +62,7 @@ class reader {
     static void on_end(void* self, const xmlChar* name, const xmlChar* prefix,
                        const xmlChar* space) noexcept;
     static void on_text(void* self, const xmlChar* text, int length) noexcept;
+    static void on_comment(void* self, const xmlChar* text) noexcept;
     static void on_parser_error(void* self, xmlErrorPtr error) noexcept;
     static void on_breach(void* self, xmlErrorPtr error) noexcept;
 
@@ -82,7 +84,7 @@ class reader {
 
     const PGM_COMMON_XML_DOCUMENT& m_document;
     const std::string& m_name;
-    const bool m_check_counts;
+    const XML_READ_OPTIONS m_options;
     xmlParserCtxtPtr m_parser = nullptr;
     std::optional<XML_CHECK> m_check;
 
@@ -92,8 +94,9 @@ class reader {
     bool m_building = true;
     std::unique_ptr<PGM_COMMON_XML_ELEMENT> m_root;
     std::vector<PGM_COMMON_XML_ELEMENT*> m_open;
-    std::vector<dword> m_open_lines;  // also where no element is built any more
-    std::string m_text;               // of the innermost element, up to here
+    std::vector<dword> m_open_lines;      // also where no element is built any more
+    std::string m_text;                   // of the innermost element, up to here
+    std::vector<std::string> m_comments;  // whose element is yet to come
     std::array<known_tag, 256> m_tags{};
 
     std::string m_refusal;
@@ -131,6 +134,7 @@ void reader::parse(const XML_SCHEMA* schema) {
     calls.characters = &on_text;
     calls.ignorableWhitespace = &on_text;
     calls.cdataBlock = &on_text;
+    if (m_options.keep_comments) calls.comment = &on_comment;
     calls.serror = &on_parser_error;
     *m_parser->sax = calls;
     m_parser->userData = this;
@@ -188,6 +192,14 @@ void reader::on_text(void* self, const xmlChar* text, int length) noexcept {
     } else if (me.m_check && !me.m_stopped) {
         me.m_check->calls().characters(me.m_check->context(), text, length);
     }
+}
+
+void reader::on_comment(void* self, const xmlChar* text) noexcept {
+    auto& me = *static_cast<reader*>(self);
+    if (!me.m_building) return;
+    const bool is_behind = me.m_root && me.m_open.empty();
+    auto& place = is_behind ? me.m_root->edit_comments().behind : me.m_comments;
+    place.emplace_back(view(text));
 }
 
 // The schema check gets a value in one piece, and the blanks between elements not at all.
@@ -248,6 +260,7 @@ void reader::build(const xmlChar* name, std::string_view space) {
     std::unique_ptr<PGM_COMMON_XML_ELEMENT> element(fits ? m_document.create(tag) : nullptr);
     if (!element) return give_up("The element " + quoted(view(name)) + " is not allowed here.");
     element->set_line(m_line);
+    if (!m_comments.empty()) element->edit_comments().ahead = std::exchange(m_comments, {});
     m_open.push_back(element.get());
     if (parent == nullptr) {
         m_root = std::move(element);
@@ -286,9 +299,10 @@ void reader::read_attribute(const attribute_text& attribute) {
 void reader::finish_element() {
     PGM_COMMON_XML_ELEMENT& element = *m_open.back();
     m_open.pop_back();
+    if (!m_comments.empty()) element.edit_comments().at_end = std::exchange(m_comments, {});
     const std::string_view tag = pgm_common_xml_name(element.get_type());
     if (element.get_value_type() == PGM_XML_TYPE_NONE) {
-        if (m_check_counts && !element.check_child_count()) {
+        if (m_options.check_counts && !element.check_child_count()) {
             give_up("The children of " + std::string(tag) + " are too few or too many.");
         }
     } else if (!element.read_from_text(m_text)) {
@@ -335,12 +349,13 @@ void reader::drop_tree() {
     m_open.clear();
     m_root.reset();
     m_text.clear();
+    m_comments.clear();
 }
 
 }  // namespace
 
 XML_OUTCOME read_xml_document(const PGM_COMMON_XML_DOCUMENT& document, std::string_view bytes,
                               const std::string& name, const XML_SCHEMA* schema,
-                              bool check_counts) {
-    return reader(document, name, check_counts).read(bytes, schema);
+                              XML_READ_OPTIONS options) {
+    return reader(document, name, options).read(bytes, schema);
 }

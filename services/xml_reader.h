@@ -16,7 +16,13 @@ struct XML_OUTCOME {
     std::string second_text;
 };
 
+struct XML_READ_OPTIONS {
+    bool check_counts;   // of children
+    bool keep_comments;  // for who writes the tree again
+};
+
 // `name` stands for the file in the texts. Without a schema only the rules of the element classes
-// are kept, and the child counts only if `check_counts`.
+// are kept.
 XML_OUTCOME read_xml_document(const PGM_COMMON_XML_DOCUMENT& document, std::string_view bytes,
-                              const std::string& name, const XML_SCHEMA* schema, bool check_counts);
+                              const std::string& name, const XML_SCHEMA* schema,
+                              XML_READ_OPTIONS options);

@@ -54,13 +54,30 @@ std::string_view escape(char character) {
     }
 }
 
+using comment_list = std::vector<std::string>;
+
+const comment_list& comments_of(const PGM_COMMON_XML_ELEMENT& element,
+                                comment_list PGM_XML_COMMENTS::*place) {
+    static const comment_list none;
+    const PGM_XML_COMMENTS* comments = element.get_comments();
+    return comments != nullptr ? comments->*place : none;
+}
+
 class writer {
   public:
-    void write(const PGM_COMMON_XML_ELEMENT& element, std::size_t depth);
+    void write_document(const PGM_COMMON_XML_ELEMENT& root);
     std::string take() { return m_good ? std::move(m_bytes) : std::string(); }
 
   private:
+    using comments = comment_list PGM_XML_COMMENTS::*;
+
+    void write(const PGM_COMMON_XML_ELEMENT& element, std::size_t depth);
+    void write_children(const PGM_COMMON_XML_ELEMENT& element, std::size_t depth);
     void write_text(std::string_view text);
+    void write_comment(std::string_view text);
+    void write_comment_lines(const PGM_COMMON_XML_ELEMENT& element, comments place,
+                             std::size_t depth);
+    void indent(std::size_t depth) { m_bytes.append(2 * depth, ' '); }
 
     std::string m_bytes = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
     bool m_good = true;
@@ -79,30 +96,72 @@ void writer::write_text(std::string_view text) {
     }
 }
 
+// A comment takes no escapes: it can't hold its own end, and a carriage return would come back as
+// a line end.
+void writer::write_comment(std::string_view text) {
+    const bool holds_end = text.find("--") != std::string_view::npos || text.ends_with('-');
+    if (holds_end || text.find('\r') != std::string_view::npos) m_good = false;
+    for (std::string_view rest = text; m_good && !rest.empty();) {
+        const std::size_t length = character_length(rest);
+        m_good = length != 0;
+        rest.remove_prefix(length);
+    }
+    m_bytes.append("<!--").append(text).append("-->");
+}
+
+void writer::write_comment_lines(const PGM_COMMON_XML_ELEMENT& element, comments place,
+                                 std::size_t depth) {
+    for (const std::string& text : comments_of(element, place)) {
+        indent(depth);
+        write_comment(text);
+        m_bytes += '\n';
+    }
+}
+
+void writer::write_document(const PGM_COMMON_XML_ELEMENT& root) {
+    write(root, 0);
+    write_comment_lines(root, &PGM_XML_COMMENTS::behind, 0);
+}
+
 void writer::write(const PGM_COMMON_XML_ELEMENT& element, std::size_t depth) {
     const char* tag = pgm_common_xml_name(element.get_type());
-    m_bytes.append(2 * depth, ' ').append("<").append(tag);
+    write_comment_lines(element, &PGM_XML_COMMENTS::ahead, depth);
+    indent(depth);
+    m_bytes.append("<").append(tag);
     for (const PGM_XML_ATTRIBUTE& attribute : element.get_attributes()) {
         m_bytes.append(" ").append(attribute.name).append("=\"");
         write_text(element.read_attribute(attribute.name));
         m_bytes += '"';
     }
-    const bool is_container = element.get_value_type() == PGM_XML_TYPE_NONE;
-    if (is_container && element.get_all_childs().empty()) {
+    if (element.get_value_type() == PGM_XML_TYPE_NONE) {
+        write_children(element, depth);
+    } else {
+        m_bytes += '>';
+        write_text(element.read_value());
+        for (const std::string& text : comments_of(element, &PGM_XML_COMMENTS::at_end))
+            write_comment(text);
+        m_bytes.append("</").append(tag).append(">\n");
+    }
+}
+
+// The rest of a container, from the end of its start tag on.
+void writer::write_children(const PGM_COMMON_XML_ELEMENT& element, std::size_t depth) {
+    const auto& children = element.get_all_childs();
+    if (children.empty() && comments_of(element, &PGM_XML_COMMENTS::at_end).empty()) {
         m_bytes += "/>\n";
         return;
     }
-    m_bytes += is_container ? ">\n" : ">";
-    write_text(element.read_value());
-    for (const PGM_COMMON_XML_ELEMENT* child : element.get_all_childs()) write(*child, depth + 1);
-    if (is_container) m_bytes.append(2 * depth, ' ');
-    m_bytes.append("</").append(tag).append(">\n");
+    m_bytes += ">\n";
+    for (const PGM_COMMON_XML_ELEMENT* child : children) write(*child, depth + 1);
+    write_comment_lines(element, &PGM_XML_COMMENTS::at_end, depth + 1);
+    indent(depth);
+    m_bytes.append("</").append(pgm_common_xml_name(element.get_type())).append(">\n");
 }
 
 }  // namespace
 
 std::string PGM_COMMON_XML::write_bytes(const PGM_COMMON_XML_ELEMENT* root) {
     writer output;
-    output.write(*root, 0);
+    output.write_document(*root);
     return output.take();
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
+#include <iterator>
 #include <memory>
 
 namespace fs = std::filesystem;
@@ -217,6 +218,92 @@ TEST_F(XmlTest, WrittenForm) {
   </USER_TEMPLATE>
 </QSPI_FLASH>
 )");
+}
+
+// All comments of a tree, each as "TAG place:text".
+std::vector<std::string> comments_of(const PGM_COMMON_XML_ELEMENT& element) {
+    std::vector<std::string> all;
+    const auto add = [&](const char* place, std::vector<std::string> PGM_XML_COMMENTS::*list) {
+        if (element.get_comments() == nullptr) return;
+        for (const std::string& text : element.get_comments()->*list)
+            all.push_back(std::string(pgm_common_xml_name(element.get_type())) + place + text);
+    };
+    add(" ahead:", &PGM_XML_COMMENTS::ahead);
+    for (const PGM_COMMON_XML_ELEMENT* child : element.get_all_childs())
+        std::ranges::copy(comments_of(*child), std::back_inserter(all));
+    add(" at end:", &PGM_XML_COMMENTS::at_end);
+    add(" behind:", &PGM_XML_COMMENTS::behind);
+    return all;
+}
+
+TEST_F(XmlTest, CommentsAreKeptForARewrite) {
+    const std::string plain = document(device(device_text{}) + device(device_text{.name = "B"}));
+    const struct {
+        const char* name;
+        std::string xml;
+        std::vector<std::string> comments;
+    } rows[] = {
+        {"around the root",
+         "<?xml version=\"1.0\"?><!--a--><?pi?>\n<!-- b -->" + plain + "<!--c-->\n<!--d-->",
+         {"QSPI_FLASH ahead:a", "QSPI_FLASH ahead: b ", "QSPI_FLASH behind:c",
+          "QSPI_FLASH behind:d"}},
+        {"at the root's end",
+         replaced(plain, "</QSPI_FLASH>", "<!--a--></QSPI_FLASH>"),
+         {"QSPI_FLASH at end:a"}},
+        {"between siblings",
+         replaced(plain, "</FLASH>\n<FLASH>", "</FLASH><!--a-->\n<!----><FLASH><!--c-->"),
+         {"FLASH ahead:a", "FLASH ahead:", "DEVICE_INFO ahead:c"}},
+        {"in an empty container",
+         replaced(plain, "<ERASE/>", "<ERASE> <!--a--> <!--b--></ERASE>"),
+         {"ERASE at end:a", "ERASE at end:b"}},
+        {"in a value",
+         replaced(plain, ">DEVICE<", "><!--a-->DE<!-- <b>&amp; -->VICE<!--c--><"),
+         {"DEVICE_NAME at end:a", "DEVICE_NAME at end: <b>&amp; ", "DEVICE_NAME at end:c"}},
+        {"of many lines",
+         replaced(plain, "<FLASH>", "<!--\n  \xC3\xA4\n\t]]> \n--><FLASH>"),
+         {"FLASH ahead:\n  \xC3\xA4\n\t]]> \n"}},
+        {"CRLF",
+         replaced(plain, "<FLASH>", "<!--a\r\nb\rc\r\n-->\r\n<FLASH>"),
+         {"FLASH ahead:a\nb\nc\n"}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const element_ptr tree = parsed(row.xml);
+        ASSERT_NE(tree, nullptr);
+        EXPECT_EQ(comments_of(*tree), row.comments);
+        const std::string bytes = PGM_COMMON_XML::write_bytes(tree.get());
+        const auto [first, second] = check(bytes);
+        EXPECT_EQ(first + second, "") << bytes;
+        const element_ptr again = parsed(bytes);
+        ASSERT_NE(again, nullptr) << bytes;
+        EXPECT_EQ(comments_of(*again), row.comments);
+        EXPECT_EQ(PGM_COMMON_XML::write_bytes(again.get()), bytes);
+        const std::string file = write_custom("a.xml", row.xml);
+        check_file(file);
+        EXPECT_TRUE(comments_of(*parse_file(file)).empty());
+        // Without them it is the same document.
+        const std::string bare = PGM_COMMON_XML::write_bytes(parse_file(file).get());
+        EXPECT_EQ(bare, PGM_COMMON_XML::write_bytes(parsed(plain).get()));
+    }
+}
+
+TEST_F(XmlTest, WrittenFormOfComments) {
+    const element_ptr tree =
+        parsed("<!--1\n2--><QSPI_FLASH version=\"1\"><!--3--></QSPI_FLASH><!--4-->");
+    ASSERT_NE(tree, nullptr);
+    const std::string head = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    EXPECT_EQ(PGM_COMMON_XML::write_bytes(tree.get()), head + R"(<!--1
+2-->
+<QSPI_FLASH version="1">
+  <!--3-->
+</QSPI_FLASH>
+<!--4-->
+)");
+    for (const char* text : {"a--b", "a-", "-", "a\rb", "\x01", "\xC3("}) {
+        SCOPED_TRACE(text);
+        tree->edit_comments().ahead = {text};
+        EXPECT_EQ(PGM_COMMON_XML::write_bytes(tree.get()), "");
+    }
 }
 
 // A disk that fills up in the middle of a file.

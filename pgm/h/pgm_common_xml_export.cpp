@@ -290,6 +290,11 @@ bool PGM_COMMON_XML_ELEMENT::read_attribute_from_text(std::string_view name,
     return false;
 }
 
+PGM_XML_COMMENTS& PGM_COMMON_XML_ELEMENT::edit_comments() {
+    if (!m_comments) m_comments = std::make_unique<PGM_XML_COMMENTS>();
+    return *m_comments;
+}
+
 void PGM_COMMON_XML_ELEMENT::add_attribute(const PGM_XML_ATTRIBUTE& attribute) {
     m_attributes.push_back(attribute);
 }

@@ -41,6 +41,13 @@ struct PGM_XML_ATTRIBUTE {
     void* ptr;                   // the member that receives the value
 };
 
+// The comments at an element, each as it stands between "<!--" and "-->", in file order.
+struct PGM_XML_COMMENTS {
+    std::vector<std::string> ahead;   // ahead of the start tag, behind the sibling before it
+    std::vector<std::string> at_end;  // ahead of the end tag, behind the last child or the value
+    std::vector<std::string> behind;  // behind the end tag; for the root of a document only
+};
+
 class PGM_COMMON_XML_ELEMENT {
   public:
     using CHILDREN = std::vector<PGM_COMMON_XML_ELEMENT*>;
@@ -112,6 +119,11 @@ class PGM_COMMON_XML_ELEMENT {
     dword get_line() const { return m_line; }
     void set_line(dword line) { m_line = line; }
 
+    // The comments; null for an element without any, as all are that a load reads.
+    const PGM_XML_COMMENTS* get_comments() const { return m_comments.get(); }
+    // The same, to be changed; makes room for them. They stay the element's.
+    PGM_XML_COMMENTS& edit_comments();
+
   protected:
     void add_attribute(const PGM_XML_ATTRIBUTE& attribute);
     // Checks the description given to the constructor and sets the default values. The last step
@@ -133,6 +145,7 @@ class PGM_COMMON_XML_ELEMENT {
     const char* m_allowed_values;
     void* m_value;
     dword m_line = 0;
+    std::unique_ptr<PGM_XML_COMMENTS> m_comments;
     CHILDREN m_children;  // owned
     std::vector<PGM_XML_ATTRIBUTE> m_attributes;
 };
