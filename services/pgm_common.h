@@ -65,6 +65,10 @@ class PGM_COMMON_XML {
                             std::string& first_text, std::string& second_text);
     static void* parse_bytes(PGM_COMMON_XML_FILE_ENUM kind, std::string_view bytes,
                              std::string name);
+
+    // The name of the root element, whatever follows its start tag and whatever the encoding; empty
+    // where none can be found. A DOCTYPE ends the search.
+    static std::string root_name(std::string_view bytes);
 };
 
 class PGM_COMMON {

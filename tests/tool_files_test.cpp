@@ -1,11 +1,19 @@
 // The tool and the disk: where files come from, what is wrong with them, and what it leaves alone.
 #include "tests/tool_test.h"
+#include "tools/zorva/database.h"
 
+#include <cerrno>
 #include <fstream>
 
 namespace fs = std::filesystem;
 
 namespace {
+
+std::string utf16(const std::string& ascii) {
+    std::string bytes = "\xFF\xFE";
+    for (const char letter : ascii) bytes += {letter, '\0'};
+    return bytes;
+}
 
 TEST_F(ToolTest, TellsWhichDefinitionIsInForce) {
     const std::string installed = write_installed("pgm_flash_A.xml", document(devices("OWN")));
@@ -38,6 +46,34 @@ TEST_F(ToolTest, TellsWhatWasNotTaken) {
     EXPECT_TRUE(contains(zorva("where BEHIND").out, "not read"));
     EXPECT_TRUE(contains(zorva("where").out, skipped + "\tcustom\tskipped\tLine 1: "));
     EXPECT_EQ(zorva("where NOWHERE").code, 1);
+    for (const std::string command : {"show ", "rm ", "export "}) {
+        const auto error = [&](const std::string& name) {
+            const tool_answer answer = zorva(command + name);
+            EXPECT_EQ(answer.code, 1);
+            return answer.err.substr(std::min(answer.err.find("error: "), answer.err.size()));
+        };
+        EXPECT_EQ(error("REFUSED"), "error: " + part +
+                                        ":2 defines 'REFUSED', but that is refused: Device density "
+                                        "'5Mb' is invalid. 'zorva where REFUSED' tells more.\n");
+        EXPECT_TRUE(contains(error("BEHIND"),
+                             "'BEHIND', but that is not read: Reading ended at "
+                             "the device 'REFUSED' in line 2. 'zorva where"))
+            << error("BEHIND");
+    }
+}
+
+TEST_F(ToolTest, TellsOfAStoredDeviceThatALegacyOneHides) {
+    const std::string file = write_custom("pgm_flash_X.xml", document(devices("A|LEG_LOW")));
+    const tool_answer answer = zorva("show LEG_LOW --field origin");
+    EXPECT_EQ(answer.out, "legacy\n");
+    EXPECT_EQ(answer.err, "A legacy device hides the 'LEG_LOW' that is stored in " + file +
+                              ":20; only 'zorva set' and 'zorva rm' reach that.\n");
+    std::ostringstream ignored;
+    zorva_tool::output out({ignored, ignored, false, false}, "table", "");
+    const zorva_tool::database db("", "all", out);
+    EXPECT_EQ(db.stored("LEG_LOW")->definitions.at(0).place(), file + ":20");
+    EXPECT_EQ(db.definitions_named("LEG_LOW").size(), 1u);
+    EXPECT_FALSE(db.stored("LEG_HIGH"));
 }
 
 TEST_F(ToolTest, ChoosesTheCustomDirectory) {
@@ -73,6 +109,121 @@ TEST_F(ToolTest, InsistsOnADirectoryThatWasChosen) {
     EXPECT_TRUE(contains(answer.err, "environment variable ZORVA_CUSTOM_DIR")) << answer.err;
     ::unsetenv("ZORVA_CUSTOM_DIR");
     EXPECT_EQ(zorva("list").err, "");
+}
+
+// A disk on which a directory can't be listed, or a file not be read.
+class denying_disk : public pgm_host::file_system {
+  public:
+    explicit denying_disk(std::string denied) : m_denied(std::move(denied)) {
+        pgm_host::set_file_system(this);
+    }
+    std::vector<std::string> list(const std::string& directory) override {
+        return is_denied(directory) ? std::vector<std::string>() : file_system::list(directory);
+    }
+    bool read(const std::string& path, std::string& bytes) override {
+        return !is_denied(path) && file_system::read(path, bytes);
+    }
+    ~denying_disk() override { pgm_host::set_file_system(nullptr); }
+
+  private:
+    bool is_denied(const std::string& path) const {
+        errno = path == m_denied ? EACCES : 0;
+        return path == m_denied;
+    }
+
+    std::string m_denied;
+};
+
+// An unreadable directory isn't an empty one.
+TEST_F(ToolTest, SaysThatADirectoryCannotBeListed) {
+    write_custom("pgm_flash_OWN.xml", document(devices("OWN")));
+    const std::pair<std::string, std::string> rows[] = {
+        {m_custom_dir, "error: The custom directory " + m_custom_dir +
+                           " (chosen by environment variable ZORVA_CUSTOM_DIR) can't be listed: "
+                           "Permission denied.\n"},
+        {m_xml_dir, "error: The installation directory " + m_xml_dir +
+                        " can't be listed: Permission denied.\n"}};
+    for (const auto& [directory, sentence] : rows) {
+        const denying_disk disk(directory);
+        for (const char* command : {"list", "show SHIP_A", "where", "where SHIP_A", "templates",
+                                    "identify 0x20", "copy SHIP_A B", "where --format names"}) {
+            SCOPED_TRACE(command);
+            const tool_answer answer = zorva(command);
+            EXPECT_EQ(answer.code, 3);
+            EXPECT_EQ(answer.err, sentence);
+            EXPECT_EQ(contains(answer.out, m_shipped_file), contains(command, "where"))
+                << answer.out;
+        }
+        const tool_answer lint = zorva("lint " + directory);
+        EXPECT_EQ(lint.code, 3);
+        EXPECT_EQ(lint.out,
+                  directory + ": error[file]: The directory can't be listed: Permission denied.\n");
+    }
+}
+
+// The table is what shows which directory is meant.
+TEST_F(ToolTest, TellsOfDirectoriesThatAreWrong) {
+    const std::string none = m_root + "none/";
+    const std::string table = "programmer directory\t" + m_root + "\tyes\tset by the host\n" +
+                              "installation directory\t" + m_xml_dir +
+                              "\tyes\tbelow the programmer directory\n" + "custom directory\t" +
+                              none + "\tno\toption --custom-dir\n" + "settings file\t" + m_root +
+                              "settings.ini\tno\t-\n";
+    const tool_answer missing = zorva("where --custom-dir " + none);
+    EXPECT_EQ(missing.code, 3);
+    EXPECT_EQ(missing.out, table + "\n" + m_shipped_file + "\tshipped\tread\t-\n");
+    EXPECT_EQ(missing.err, "error: The custom directory " + none +
+                               " (chosen by option --custom-dir) doesn't exist.\n");
+    const tool_answer file = zorva("where --custom-dir " + m_shipped_file);
+    EXPECT_EQ(file.code, 3);
+    EXPECT_TRUE(contains(file.err, "xml/ (chosen by option --custom-dir) isn't a directory.\n"))
+        << file.err;
+    const tool_answer broken = zorva("where --format json --programmer-dir " + m_custom_dir);
+    EXPECT_EQ(broken.code, 3);
+    EXPECT_EQ(broken.document()["status"], "error");
+    EXPECT_EQ(broken.document()["directories"][1]["path"], m_custom_dir + "xml/");
+}
+
+TEST_F(ToolTest, ShowsAFileOnceForTheInterfaceThatItIsMeantFor) {
+    const std::string comment = "<!-- not a <QSPI_FLASH> -->\n";
+    const auto cards = [&](const std::string& name) {
+        return comment + "<SDMMC_FLASH version=\"1\"><FLASH><DEVICE_INFO><DEVICE_NAME>" + name +
+               "</DEVICE_NAME><DEVICE_IO_VOLTAGE>1.8V</DEVICE_IO_VOLTAGE>"
+               "<DEVICE_DENSITY>8GB</DEVICE_DENSITY></DEVICE_INFO></FLASH></SDMMC_FLASH>\n";
+    };
+    const std::string shipped = write_installed("pgm_flash_db_sdmmc.xml", cards("CARD"));
+    const std::string own = write_custom("pgm_flash_CARD.xml", cards("OWN_CARD"));
+    const std::string wide = write_custom("pgm_flash_WIDE.xml", utf16(cards("WIDE_CARD")));
+    const std::string qspi =
+        write_custom("pgm_flash_Q.xml", "<!-- no <SDMMC_FLASH -->\n" + document(devices("Q")));
+    const std::string other = write_custom("pgm_flash_Z.xml", "<FOREIGN/>");
+    EXPECT_EQ(zorva("lint " + shipped + " " + own + " " + wide + " " + qspi).out, "");
+
+    const auto files = [] {
+        const tool_answer answer = zorva("where");
+        return answer.out.substr(answer.out.find("\n\n") + 2);
+    };
+    const std::string foreign =
+        other + "\tcustom\tskipped\tLine 1: The root element is FOREIGN, not QSPI_FLASH.\n";
+    EXPECT_EQ(files(), m_shipped_file + "\tshipped\tread\t-\n" +  //
+                           shipped + "\tshipped\tnot read\tSD/MMC devices are switched off\n" +
+                           own + "\tcustom\tnot read\tSD/MMC devices are switched off\n" + qspi +
+                           "\tcustom\tread\t-\n" +  //
+                           wide + "\tcustom\tnot read\tSD/MMC devices are switched off\n" +
+                           foreign);
+    EXPECT_EQ(zorva("list").err,
+              "warning[file]: " + other + " was skipped; 'zorva lint' tells why.\n");
+    pgm_host::set_setting("pgm_enable_sdmmc", true);
+    EXPECT_TRUE(contains(files(), own + "\tcustom\tnot read\tYour own SD/MMC devices are"));
+    pgm_host::set_setting("pgm_enable_custom_sdmmc", true);
+    EXPECT_EQ(files(), m_shipped_file + "\tshipped\tread\t-\n" +  //
+                           shipped + "\tshipped\tread\t-\n" +     //
+                           own + "\tcustom\tread\t-\n" +          //
+                           qspi + "\tcustom\tread\t-\n" +         //
+                           wide + "\tcustom\tread\t-\n" +         //
+                           foreign);
+    EXPECT_EQ(zorva("list --interface sdmmc --format names --origin custom").out,
+              "OWN_CARD\nWIDE_CARD\n");
 }
 
 TEST_F(ToolTest, ReadsWithoutWritingAnything) {
@@ -173,6 +324,49 @@ TEST_F(ToolTest, LintsFilesByThemselves) {
         EXPECT_TRUE(contains(answer.err, "Files judged: ")) << answer.err;
     }
     EXPECT_FALSE(contains(zorva("lint " + card).out, "QSPI_FLASH"));
+}
+
+// One file is one file by whatever path, and one that can't be read is so by whatever path.
+TEST_F(ToolTest, LintsAFileOnce) {
+    const std::string file = write_custom("pgm_flash_A.xml", document(devices("A")));
+    const std::string link = m_root + "link.xml";
+    fs::create_symlink(file, link);
+    fs::create_directory(m_root + "[ab]");
+    write_file(m_root + "[ab]/pgm_flash_B.xml", document(devices("B")));
+    const auto judged = [](const std::string& arguments) { return zorva("lint " + arguments).err; };
+    const std::string once = "Files judged: 1; definitions: 1; findings: 0.\n";
+    for (const std::string& arguments :
+         {file + " " + m_root + "custom/../custom/pgm_flash_A.xml", link + " " + file,
+          m_custom_dir + " " + link, link + " " + m_custom_dir + " " + m_custom_dir,
+          m_root + "[ab]"})
+        EXPECT_EQ(judged(arguments), once) << arguments;
+    const fs::path before = fs::current_path();
+    fs::current_path(m_root);
+    EXPECT_EQ(judged("[ab]"), once);
+    EXPECT_EQ(judged("[ab]/pgm_flash_B.xml custom"),
+              "Files judged: 2; definitions: 2; findings: 0.\n");
+    fs::current_path(before);
+    // Two names in one directory are two definitions to a load.
+    fs::create_symlink(file, m_custom_dir + "pgm_flash_B.xml");
+    EXPECT_TRUE(contains(zorva("lint " + m_custom_dir).out, "error[20482]"));
+
+    fs::remove(m_custom_dir + "pgm_flash_B.xml");
+    const denying_disk disk(file);
+    for (const std::string& argument : {file, m_custom_dir}) {
+        const tool_answer answer = zorva("lint " + argument);
+        EXPECT_EQ(answer.code, 3);
+        EXPECT_EQ(answer.out, file + ": error[file]: The file can't be read: Permission denied.\n");
+    }
+}
+
+TEST_F(ToolTest, LintsStandardInput) {
+    const std::vector<std::string> command = {"lint", "-", m_shipped_file, "-"};
+    EXPECT_EQ(zorva(command, false, document(devices("A"))).err,
+              "Files judged: 2; definitions: 5; findings: 0.\n");
+    EXPECT_EQ(zorva({"lint", "-"}, false, document(device({.density = "5Mb"}))).out,
+              "<stdin>:6: error[20478]: Device density '5Mb' is invalid.\n");
+    const tool_answer none = zorva("lint -");
+    EXPECT_TRUE(contains(none.out, "<stdin>:1: error[schema]: The file is empty.")) << none.out;
 }
 
 TEST_F(ToolTest, SaysThatAnAnswerCannotBeWritten) {

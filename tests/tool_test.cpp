@@ -1,7 +1,11 @@
 // The tool's answers: what is listed, shown and identified, in which form, with which exit code.
 #include "tests/tool_test.h"
 
+#include "pgm/zorva/zorva_action_table.h"
 #include "pgm/zorva/zorva_qspi_action.h"
+#include "tools/zorva/address.h"
+#include "tools/zorva/database.h"
+#include "tools/zorva/field_editor.h"
 #include "tools/zorva/flow.h"
 
 #include <fstream>
@@ -70,6 +74,10 @@ TEST_F(ToolTest, TellsByExitCodeAndStream) {
         {"family of no interface", "list --family 41", 1, "", "'zorva families'"},
         {"unknown template", "list --template micron", 1, "", "Did you mean 'Micron'?"},
         {"nothing fits", "list X*", 1, "", "No device fits."},
+        {"nothing is named so", "list ship_", 1, "", "fits. Did you mean 'SHIP_A' or 'SHIP_B' or"},
+        {"near and not of that voltage", "list SHIP_ --voltage 3.3", 1, "",
+         "Did you mean 'SHIP_B'?\n"},
+        {"an option twice", "list SHIP_A --format json --format names", 0, "SHIP_A\n", ""},
         {"option behind the command", "list SHIP_A --format names", 0, "SHIP_A\n", ""},
         {"option before the command", "--format names list SHIP_A", 0, "SHIP_A\n", ""},
         {"misspelled device", "show SHIP_C", 1, "", "Did you mean 'SHIP_A' or 'SHIP_B'?"},
@@ -112,6 +120,10 @@ TEST_F(ToolTest, AnswersInOneJsonDocument) {
     const row rows[] = {
         {"list SHIP_*", "zorva.list", "ok", "/devices/1/bytes", 33554432},
         {"list NONE", "zorva.list", "not-found", "/devices", json::array()},
+        {"list SHIP_", "zorva.list", "not-found", "/suggestions/1", "SHIP_B"},
+        {"copy SHIP_A A --set density=3Mb", "zorva.copy", "refused", "/id", 20478},
+        {"copy SHIP_A A --set dies=0", "zorva.copy", "refused", "/id", 20479},
+        {"copy SHIP_A A --set sfl.program[1].delay=x", "zorva.copy", "refused", "/id", 20500},
         {"list --legacy", "zorva.list", "ok", "/devices/0/density", nullptr},
         {"show SHIP_A", "zorva.show", "ok", "/flows/sdm/1/actions/0/command_name", "write enable"},
         {"show SHIP_A --flow sfl", "zorva.show", "ok", "/flows/sfl/1/actions/0/delay", "0"},
@@ -194,9 +206,13 @@ TEST_F(ToolTest, ShowsActionsWithTheNamesOfTheirCommands) {
 TEST_F(ToolTest, KnowsEveryPropertyOfAnAction) {
     for (int type = ZORVA_ACT_TYPE_WRITE_REGISTER; type < ZORVA_ACT_TYPE_CUSTOM; ++type) {
         ZORVA_QSPI_ACTION action(number<ZORVA_ACT_TYPE>(type));
-        for (const ZORVA_ACT_PROPERTY property : action.get_property_enum_list())
-            EXPECT_NE(zorva_tool::find_property(action.get_property_name(property)), nullptr)
-                << action.get_property_name(property);
+        for (const ZORVA_ACT_PROPERTY property : action.get_property_enum_list()) {
+            const auto* row = zorva_tool::find_property(action, property);
+            ASSERT_NE(row, nullptr) << action.get_property_name(property);
+            EXPECT_EQ(row->is_number_in_file,
+                      zorva_is_number_in_file(zorva_property_kind(property)))
+                << row->key;
+        }
     }
 }
 
@@ -213,6 +229,8 @@ TEST_F(ToolTest, IdentifiesByIdAndTellsCandidatesApart) {
                                   .id = "0xEF 0x40 0x18",
                                   .flow = flows(write + write, write)}) +
                           device({.name = "SHORT", .id = "0xC2 0x20"}) +
+                          device({.name = "SPELT_1", .id = "0xBF 0x26", .total_die = "2"}) +
+                          device({.name = "SPELT_2", .id = "191 38"}) +
                           device({.name = "ORDER_1",
                                   .id = "0x9D 0x61",
                                   .flow = flows(write + erase, write + erase)}) +
@@ -231,6 +249,7 @@ TEST_F(ToolTest, IdentifiesByIdAndTellsCandidatesApart) {
         {"0x20 0xBA 0x77", 1, {}},
         {"0xC2 0x20 0x17", 0, {"SHORT"}},
         {"0xC2 0x21 0x17", 1, {}},
+        {"191 0x26", 1, {"custom\n\nDies\tSPELT_1\t2\nDies\tSPELT_2\t1\n"}},
         {"0x9D 0x61",
          1,
          {"SFL and SDM Program\tORDER_1\t0x06 write enable; 0xD8 sector",
@@ -279,6 +298,142 @@ TEST_F(ToolTest, LetsNoControlCharacterThrough) {
         EXPECT_TRUE(!contains(command, "json") || !answer.document().empty());
     }
     EXPECT_TRUE(contains(zorva("where").out, R"(pgm_flash_\xFF\x1B[31m.xml)"));
+}
+
+// An empty value is what a script's unset variable leaves.
+TEST_F(ToolTest, RefusesEmptyValues) {
+    const std::vector<std::string> rows[] = {{"list", "--family", ""},
+                                             {"list", "--family="},
+                                             {"list", "--voltage", ""},
+                                             {"list", "--origin", ""},
+                                             {"list", ""},
+                                             {"list", "--custom-dir", ""},
+                                             {"show", "SHIP_A", "--flow", ""},
+                                             {"show", "SHIP_A", "--field", ""},
+                                             {"identify", "1", "--mask", ""},
+                                             {"where", ""},
+                                             {"messages", ""},
+                                             {"new", "A", "--id", ""},
+                                             {"copy", "SHIP_A", "B", "--to="},
+                                             {"new", "A", "--save-template", ""},
+                                             {"export", "SHIP_A", "-o", ""},
+                                             {"--programmer-dir", "", "families"},
+                                             {"template", "save", "T", "--from", ""}};
+    for (const auto& row : rows) {
+        const tool_answer answer = zorva(row);
+        EXPECT_EQ(answer.code, 2) << joined(row);
+        EXPECT_TRUE(contains(answer.err, " --help' tells more.\n")) << answer.err;
+        EXPECT_EQ(answer.out, "") << joined(row);
+    }
+}
+
+TEST_F(ToolTest, AnswersAnAddressOfAnyLength) {
+    zorva("copy SHIP_A OWN");
+    const std::string flood(40'000, 'a');
+    const std::string digits(40'000, '1');
+    const std::string start = "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa...'";
+    struct row {
+        std::string assignment;
+        int code;
+        std::string sentence;
+    };
+    const row rows[] = {
+        {"sfl.program[1]." + flood + "=1", 1, "which has no property '" + start + "; it has name"},
+        {"sfl." + flood + "[1].delay=1", 2, "There is no operation '" + start + "; there are"},
+        {flood + ".program[1].delay=1", 2, "There is no flow '" + start + "; there are sfl, sdm."},
+        {"sfl.program[" + digits + "].delay=1", 2, "...' is no address"},
+        {"." + flood + "=1", 2, "...' is no address"},
+        {"sfl.program[1]delay=1", 2, "is no address"},
+        {"sfl.program[1].=1", 2, "is no address"},
+        {"sfl.program[-1].delay=1", 2, "is no address"},
+        {"sfl.program[].delay=1", 2, "is no address"},
+    };
+    for (const row& row : rows) {
+        const tool_answer answer = zorva({"set", "OWN", row.assignment});
+        EXPECT_EQ(answer.code, row.code) << row.sentence;
+        EXPECT_TRUE(contains(answer.err, row.sentence)) << answer.err;
+    }
+}
+
+// What a file holds in the end is what the note says.
+TEST_F(ToolTest, TellsHowANumberWasRead) {
+    const std::string actions =
+        action(ZORVA_ACT_TYPE_READ_REGISTER) + action(ZORVA_ACT_TYPE_READ_DATA);
+    write_custom("pgm_flash_OWN.xml", document(device({.name = "OWN", .flow = flows(actions)})));
+    std::ostringstream ignored;
+    zorva_tool::output out({ignored, ignored, false, false}, "table", "");
+    const zorva_tool::database db("", "qspi", out);
+    ZORVA_MGR& manager = *db.managers()[0];
+    ZORVA_FLASH& flash = *manager.get_flash("OWN", true);
+    const auto set = [&](const std::string& what, const std::string& value) {
+        return what == "dies"
+                   ? zorva_tool::dies_editor.set(manager, flash, value)
+                   : zorva_tool::set_property(manager, flash, "sfl.program" + what, value);
+    };
+    struct row {
+        const char* what;
+        const char* value;
+        const char* note;
+        const char* written;
+    };
+    const row rows[] = {
+        {"[1].attempt_count", "0500", "'0500' is read as octal: 320.", "<ATTEMPT_COUNT>320<"},
+        {"[1].attempt_count", "500", "", "<ATTEMPT_COUNT>500<"},
+        {"[1].attempt_count", "007", "", "<ATTEMPT_COUNT>7<"},
+        {"[1].delay", "0x10", "", ">16</DELAY>"},
+        {"[1].delay", "00010", "'00010' is read as octal: 8.", ">8</DELAY>"},
+        {"[1].data_length", "010", "", "<DATA_LENGTH>010<"},  // a text, and read as decimal
+        {"[2].dummy_clock_cycle", "012", "'012' is read as octal: 10.",
+         "<ACT_DUMMY_CLOCK_CYCLE>10<"},
+        {"dies", "010", "'010' is read as decimal: 10.", "<TOTAL_DEVICE_DIE>10<"},
+        {"dies", "0x10", "", "<TOTAL_DEVICE_DIE>16<"},
+        {"dies", "08", "'08' is read as decimal: 8.", "<TOTAL_DEVICE_DIE>8<"},
+    };
+    for (const row& row : rows) {
+        SCOPED_TRACE(std::string(row.what) + "=" + row.value);
+        EXPECT_EQ(set(row.what, row.value), row.note);
+        const std::string written = manager.get_flash_document(&flash);
+        EXPECT_TRUE(contains(written, row.written)) << written;
+    }
+    const tool_answer refused = zorva("copy SHIP_A B --set sfl.program[1].delay=0180");
+    EXPECT_EQ(refused.err,
+              "error: '0180' isn't a number: a leading 0 means octal, and 8 is no octal digit.\n");
+}
+
+TEST_F(ToolTest, TakesValuesInOtherSpellings) {
+    zorva("copy SHIP_A OWN");
+    const std::pair<std::string, const char*> rows[] = {{"density=32MiB", "256Mb"},
+                                                        {"density=1 GiB", ""},
+                                                        {"density=1Gb", "1024Mb"},
+                                                        {"voltage=3.3V", high_voltage},
+                                                        {"voltage=1.8", low_voltage},
+                                                        {"voltage=3.0", high_voltage},
+                                                        {"voltage=3", ""},
+                                                        {"voltage=V", ""}};
+    for (const auto& [assignment, value] : rows) {
+        const tool_answer answer = zorva({"set", "OWN", assignment});
+        EXPECT_EQ(answer.code, *value == '\0' ? 1 : 0) << assignment << answer.err;
+        const std::string field = assignment.substr(0, assignment.find('='));
+        if (*value != '\0')
+            EXPECT_EQ(zorva("show OWN --field " + field).out, value + std::string("\n"));
+        else
+            EXPECT_TRUE(contains(answer.err, "is invalid.")) << answer.err;
+    }
+    write_custom(
+        "pgm_flash_OWN.xml",
+        document(device(
+            {.name = "OWN",
+             .flow = flows(replaced(replaced(action(ZORVA_ACT_TYPE_READ_REGISTER), "0x05", "0x9F"),
+                                    "0x00", "0x20 187"))})));
+    EXPECT_EQ(zorva({"set", "OWN", "id=32 0xbb 24"}).err, "") << "the ID that the flow expects";
+}
+
+TEST_F(ToolTest, TakesAnswersWithBlanksAround) {
+    const std::vector<std::string> command = {"new", "--id", "0x01", "--voltage", "1.8V"};
+    const tool_answer answer = zorva(command, true, "  OWN \t\n 64Mb\r\n");
+    EXPECT_EQ(answer.code, 2) << "the input ends";
+    EXPECT_FALSE(contains(answer.err, "invalid")) << answer.err;
+    EXPECT_TRUE(contains(answer.err, "): \n\x1B[31merror:\x1B[0m The input ended")) << answer.err;
 }
 
 }  // namespace

@@ -45,10 +45,13 @@ class ToolTest : public InstallationTest {
         for (std::string word; words >> word;) list.push_back(word);
         return zorva(list, on_terminal);
     }
-    static tool_answer zorva(const std::vector<std::string>& arguments, bool on_terminal = false) {
+    static tool_answer zorva(const std::vector<std::string>& arguments, bool on_terminal = false,
+                             const std::string& input = "") {
+        std::istringstream in(input);
         std::ostringstream out;
         std::ostringstream err;
-        const int code = zorva_tool::run(arguments, {out, err, on_terminal, on_terminal});
+        const int code = zorva_tool::run(
+            arguments, {out, err, on_terminal, on_terminal, on_terminal ? &in : nullptr, &in});
         return {code, out.str(), err.str()};
     }
 };

@@ -1,6 +1,7 @@
 // Texts of the tool, and the pages that tell of it.
 #include "tests/tool_test.h"
 
+#include "services/pgm_common.h"
 #include "tools/zorva/text.h"
 
 #include <fstream>
@@ -30,6 +31,24 @@ TEST(ToolTextTest, ReadsDensities) {
     for (const char* text : {"", "Mb", "128", "128mb", "128 Mbit", "-1Mb", "1.5Mb", " 1Mb",
                              "99999999999999999999Mb", "18446744073709551615GB"})
         EXPECT_EQ(parse_density(text), std::nullopt) << text;
+}
+
+TEST(ToolTextTest, FindsTheRootOfADocument) {
+    const std::pair<std::string, const char*> rows[] = {
+        {"<A/>", "A"},
+        {"<?xml version=\"1.0\"?><!-- <B> --><?p <C?>\n<A b='<'>", ""},
+        {"<!-- <B> -->\n<A b='1'><C>", "A"},  // what follows doesn't matter
+        {"\xEF\xBB\xBF<A>", "A"},
+        {std::string("\xFE\xFF\0<\0A\0>", 8), "A"},
+        {"<!DOCTYPE A [<!ENTITY e SYSTEM 'file:///etc/passwd'>]><A>&e;</A>", ""},
+        {"A<A/>", ""},
+        {"<!-- <A> ", ""},
+        {"", ""},
+        {std::string(3, '\0'), ""}};
+    testing::internal::CaptureStderr();
+    for (const auto& [bytes, root] : rows)
+        EXPECT_EQ(PGM_COMMON_XML::root_name(bytes), root) << bytes;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST(ToolTextTest, SuggestsNamesThatComeNear) {

@@ -3,13 +3,14 @@
 #include "services/host.h"
 #include "tools/zorva/command_line.h"
 #include "tools/zorva/directories.h"
+#include "tools/zorva/field_editor.h"
 #include "tools/zorva/text.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <ostream>
-#include <sstream>
+#include <string_view>
 
 namespace zorva_tool {
 
@@ -22,6 +23,7 @@ class host_setup {
         if (!options.programmer_dir.empty())
             pgm_host::set_common_programmer(absolute_directory(options.programmer_dir));
         pgm_host::set_message_sink([&out](const pgm_host::message& message) {
+            if (quiet::takes(message)) return;
             const char* grade = message.type == MSG_POST_ERROR ? "error" : "warning";
             out.warning(fmt::format("{}[{}]", grade, message.id), message.text);
         });
@@ -42,13 +44,17 @@ class host_setup {
     host_setup& operator=(const host_setup&) = delete;
 };
 
-// A wrong command line may not have got as far as its --format.
+// A wrong command line may not have got as far as its --format. The last one counts.
 std::string format_asked_for(const std::vector<std::string>& arguments) {
-    for (std::size_t i = 0; i < arguments.size(); ++i)
-        if (arguments[i] == "--format=json" ||
-            (arguments[i] == "--format" && i + 1 < arguments.size() && arguments[i + 1] == "json"))
-            return "json";
-    return "table";
+    constexpr std::string_view option = "--format";
+    std::string format = "table";
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        if (arguments[i].starts_with("--format="))
+            format = arguments[i].substr(option.size() + 1);
+        else if (arguments[i] == option && i + 1 < arguments.size())
+            format = arguments[i + 1];
+    }
+    return format;
 }
 
 failure wrong_command_line(const CLI::ParseError& error, CLI::App& app) {

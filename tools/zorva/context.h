@@ -25,6 +25,12 @@ class context {
     output& out() { return m_out; }
     // Loaded at the first call, so that a command that needs no database doesn't hang on it.
     const database& db() {
+        const database& db = loaded();
+        if (db.fault()) throw *db.fault();
+        return db;
+    }
+    // Also where a directory can't be read, for a command that tells of it.
+    const database& loaded() {
         if (!m_database) m_database.emplace(m_options.custom_dir, m_options.interface, m_out);
         return *m_database;
     }

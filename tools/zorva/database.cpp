@@ -2,24 +2,40 @@
 
 #include "pgm/zorva/zorva_helper.h"
 #include "services/settings.h"
+#include "tools/zorva/input.h"
 #include "tools/zorva/interface.h"
 #include "tools/zorva/text.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace zorva_tool {
 
 namespace {
 
+// Why a directory that somebody chose can't be the custom directory. A default may be missing.
+std::optional<failure> fault_of(const custom_directory& custom_dir) {
+    if (custom_dir.is_default || custom_dir.exists()) return {};
+    std::error_code error;
+    // Without its closing slash, behind which there is nothing where it is a file.
+    const std::string path = custom_dir.path.substr(0, custom_dir.path.find_last_not_of('/') + 1);
+    const auto status = std::filesystem::status(path, error);
+    std::string reason = "doesn't exist";
+    if (std::filesystem::exists(status))
+        reason = "isn't a directory";
+    else if (status.type() != std::filesystem::file_type::not_found)
+        reason = "can't be reached: " + error.message();
+    return failure(exit_file, fmt::format("The custom directory {} (chosen by {}) {}.",
+                                          custom_dir.path, custom_dir.chosen_by, reason));
+}
+
 // An empty directory would stand for the current one, which nobody chose.
 void set_custom_dir(const custom_directory& custom_dir) {
-    if (!custom_dir.is_default && !custom_dir.exists())
-        throw failure(exit_file,
-                      fmt::format("The custom directory {} (chosen by {}) doesn't exist.",
-                                  custom_dir.path, custom_dir.chosen_by));
     ZORVA_MGR::set_db_custom_dir(custom_dir.path.empty() ? ZORVA_MGR::get_db_kestrin_dir()
                                                          : custom_dir.path);
 }
@@ -54,35 +70,64 @@ void load_registry() {
     }
 }
 
-// A skipped file posts no message, and the messages of a bad device don't name its file.
-void report_faulty_files(ZORVA_MGR& manager, output& out) {
-    for (const ZORVA_FILE_REPORT& file : manager.get_load_report()) {
-        const bool refuses = std::ranges::any_of(file.definitions, [](const auto& definition) {
-            return definition.state == ZORVA_DEFINITION_STATE::REFUSED;
-        });
-        if (file.state == ZORVA_FILE_STATE::READ && !refuses) continue;
-        if (interface_for(file.path).family != manager.get_flash_family()) continue;
-        const bool skipped = file.state == ZORVA_FILE_STATE::SKIPPED;
-        out.warning("warning[file]", fmt::format("{} was {}; 'zorva lint' tells why.", file.path,
-                                                 skipped ? "skipped" : "read in part"));
-    }
+// A failure if more than one interface knows the device.
+void check_only_one(const std::vector<device>& found, const std::string& name) {
+    if (found.size() > 1)
+        throw refusal(
+            fmt::format("More than one interface knows a device '{}'; --interface tells "
+                        "which is meant.",
+                        name));
 }
 
 }  // namespace
 
 database::database(const std::string& custom_dir_option, const std::string& interface_name,
                    output& out)
-    : m_custom_dir(choose_custom_directory(custom_dir_option)) {
+    : m_custom_dir(choose_custom_directory(custom_dir_option)), m_fault(fault_of(m_custom_dir)) {
     set_custom_dir(m_custom_dir);
     load_registry();
-    const auto managers = ZORVA_HELPER::get_helper()->get_manager_list();
-    for (ZORVA_MGR* manager : managers) report_faulty_files(*manager, out);
-    m_files = merged(managers);
+    m_met_files = merged(ZORVA_HELPER::get_helper()->get_manager_list());
+    for (const met_file& file : m_met_files) m_files.push_back(file.report);
+    report_faulty_files(out);
+    find_unlistable_directories();
     select_managers(interface_name);
     index_definitions();
 }
 
 database::~database() { ZORVA_HELPER::get_helper()->clear(); }
+
+void database::find_unlistable_directories() {
+    const auto managers = ZORVA_HELPER::get_helper()->get_manager_list();
+    const std::string installation = ZORVA_MGR::get_db_kestrin_dir();
+    for (const std::string& directory : {installation, ZORVA_MGR::get_db_custom_dir()}) {
+        std::string sentence = directory_finding(managers, directory);
+        if (sentence.empty()) sentence = why_unlistable(directory);
+        if (m_fault || sentence.empty()) continue;
+        const std::string which = directory == installation
+                                      ? fmt::format("The installation directory {}", directory)
+                                      : fmt::format("The custom directory {} (chosen by {})",
+                                                    directory, m_custom_dir.chosen_by);
+        constexpr std::string_view subject = "The directory";
+        m_fault.emplace(exit_file, sentence.starts_with(subject)
+                                       ? which + sentence.substr(subject.size())
+                                       : fmt::format("{}: {}", which, sentence));
+    }
+}
+
+// A skipped file posts no message, and the messages of a bad device don't name its file.
+void database::report_faulty_files(output& out) const {
+    for (const met_file& file : m_met_files) {
+        const ZORVA_FILE_REPORT& report = *file.report;
+        const bool refuses = std::ranges::any_of(report.definitions, [](const auto& definition) {
+            return definition.state == ZORVA_DEFINITION_STATE::REFUSED;
+        });
+        if (file.switched_off_by != nullptr) continue;
+        if (report.state == ZORVA_FILE_STATE::READ && !refuses) continue;
+        const bool skipped = report.state == ZORVA_FILE_STATE::SKIPPED;
+        out.warning("warning[file]", fmt::format("{} was {}; 'zorva lint' tells why.", report.path,
+                                                 skipped ? "skipped" : "read in part"));
+    }
+}
 
 void database::select_managers(const std::string& interface_name) {
     const auto managers = ZORVA_HELPER::get_helper()->get_manager_list();
@@ -111,16 +156,18 @@ void database::require_flows() const {
     if (!some_has_flows) throw lacks_field(interface_of(m_managers.front()->get_flash_family()));
 }
 
+device database::device_of(ZORVA_MGR& manager, ZORVA_FLASH& flash) const {
+    const std::string name = flash.get_name();
+    const auto found = m_definitions.find({&manager, name});
+    return {&manager, name, &flash,
+            found == m_definitions.end() ? std::vector<definition>() : found->second};
+}
+
 std::vector<device> database::devices(ZORVA_MGR& manager) const {
     std::vector<device> devices;
     // An empty mask fits every device.
-    for (ZORVA_FLASH* flash : manager.get_flash_list_with_id(0, 0)) {
-        const std::string name = flash->get_name();
-        const auto found = m_definitions.find({&manager, name});
-        devices.push_back(
-            {&manager, name, flash,
-             found == m_definitions.end() ? std::vector<definition>() : found->second});
-    }
+    for (ZORVA_FLASH* flash : manager.get_flash_list_with_id(0, 0))
+        devices.push_back(device_of(manager, *flash));
     return devices;
 }
 
@@ -131,23 +178,52 @@ std::vector<device> database::devices() const {
     return all;
 }
 
+std::optional<device> database::stored_by(ZORVA_MGR& manager, const std::string& name) const {
+    for (ZORVA_FLASH* flash : manager.get_flash_list_with_id(0, 0))
+        if (flash->get_name() == name) return device_of(manager, *flash);
+    return {};
+}
+
 device database::get(const std::string& name) const {
     std::vector<device> found;
     for (ZORVA_MGR* manager : m_managers) {
         // A legacy name comes first, as in the library's own look-up.
         if (manager->device_is_legacy(name, true))
             found.push_back({manager, name, nullptr, {}});
-        else
-            std::ranges::copy_if(devices(*manager), std::back_inserter(found),
-                                 [&](const device& device) { return device.name == name; });
+        else if (const auto device = stored_by(*manager, name))
+            found.push_back(*device);
     }
-    if (found.empty()) throw not_found("device", name, device_names());
-    if (found.size() > 1)
-        throw refusal(
-            fmt::format("More than one interface knows a device '{}'; --interface tells "
-                        "which is meant.",
-                        name));
+    if (found.empty()) throw no_device(name);
+    check_only_one(found, name);
     return found.front();
+}
+
+std::optional<device> database::stored(const std::string& name) const {
+    std::vector<device> found;
+    for (ZORVA_MGR* manager : m_managers)
+        if (const auto device = stored_by(*manager, name)) found.push_back(*device);
+    check_only_one(found, name);
+    if (found.empty()) return {};
+    return found.front();
+}
+
+std::vector<definition> database::definitions_named(const std::string& name) const {
+    std::vector<definition> named;
+    for (ZORVA_MGR* manager : m_managers)
+        if (const auto found = m_definitions.find({manager, name}); found != m_definitions.end())
+            named.insert(named.end(), found->second.begin(), found->second.end());
+    return named;
+}
+
+failure database::no_device(const std::string& name) const {
+    const std::vector<definition> named = definitions_named(name);
+    if (named.empty()) return not_found("device", name, device_names());
+    const definition& first = named.front();
+    const auto& findings = first.is->findings;
+    return {exit_no,
+            fmt::format("{} defines '{}', but that is {}: {} 'zorva where {}' tells more.",
+                        first.place(), name, state_name(first.is->state),
+                        findings.empty() ? first.file->reason : findings[0].sentence, name)};
 }
 
 std::vector<std::string> database::device_names() const {
@@ -170,7 +246,8 @@ std::vector<std::string> database::template_names() const {
 
 failure database::not_found(const std::string& what, const std::string& name,
                             const std::vector<std::string>& names) const {
-    failure failure(exit_no, fmt::format("There is no {} '{}'.", what, name), nearest(name, names));
+    failure failure(exit_no, fmt::format("There is no {} '{}'.", what, shortened(name)),
+                    nearest(name, names));
     failure.searched = {ZORVA_MGR::get_db_kestrin_dir()};
     if (!m_custom_dir.path.empty()) failure.searched.push_back(m_custom_dir.path);
     return failure;

@@ -26,13 +26,16 @@ struct failure : std::runtime_error {
     }
 
     exit_code code;
+    unsigned message_id = 0;               // of the library's message that says the same; 0: none
     std::vector<std::string> suggestions;  // names that the user may have meant
     std::vector<std::string> searched;     // directories in which a name was looked for
 };
 
 // A value or a change that the database doesn't take.
 struct refusal : failure {
-    explicit refusal(const std::string& sentence) : failure(exit_no, sentence) {}
+    explicit refusal(const std::string& sentence, unsigned id = 0) : failure(exit_no, sentence) {
+        message_id = id;
+    }
 
     const char* status() const override { return "refused"; }
 };

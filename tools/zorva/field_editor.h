@@ -2,18 +2,28 @@
 #pragma once
 
 #include "pgm/zorva/zorva_mgr.h"
+#include "services/host.h"
 
 #include <string>
 
 namespace zorva_tool {
 
-// While it lives, the library's warnings aren't posted: what they say is told by a failure.
+// While it lives, the library's warnings aren't shown: what they say is told by a failure.
 class quiet {
   public:
     quiet();
     ~quiet();
     quiet(const quiet&) = delete;
     quiet& operator=(const quiet&) = delete;
+
+    // The number of the last message that wasn't shown; 0 if there was none.
+    unsigned message_id() const { return m_message_id; }
+    // Whether a message that was posted isn't to be shown.
+    static bool takes(const pgm_host::message& message);
+
+  private:
+    quiet* m_outer;
+    unsigned m_message_id = 0;
 };
 
 // Throws a refusal, in the library's words, if a parameter doesn't take a value.
@@ -22,14 +32,15 @@ void check_value(ZORVA_MGR& manager, ZORVA_FLASH_PARAM param, const std::string&
 // A field that can be set in a record that isn't stored yet.
 struct field_editor {
     ZORVA_FLASH_PARAM param;
-    // Stores a value in a record; a refusal if the parameter doesn't take it.
-    void (*store)(ZORVA_MGR&, ZORVA_FLASH&, ZORVA_FLASH_PARAM, const std::string& value);
+    // Stores a value in a record; a refusal if the parameter doesn't take it. The result is what
+    // its author is to know of how it was read; mostly empty.
+    std::string (*store)(ZORVA_MGR&, ZORVA_FLASH&, ZORVA_FLASH_PARAM, const std::string& value);
     // Which values it takes, for people.
     std::string (*allowed)(ZORVA_MGR&, ZORVA_FLASH_PARAM);
 
     bool is_known_to(ZORVA_MGR& manager) const { return manager.is_parameter_valid(param); }
-    // A refusal also where the interface doesn't have the field.
-    void set(ZORVA_MGR& manager, ZORVA_FLASH& flash, const std::string& value) const;
+    // As `store`; a refusal also where the interface doesn't have the field.
+    std::string set(ZORVA_MGR& manager, ZORVA_FLASH& flash, const std::string& value) const;
 };
 
 // By the names of the fields. Setting the template takes its flows, in place of the record's.

@@ -1,11 +1,13 @@
 #include "tools/zorva/flow.h"
 
+#include "pgm/zorva/zorva_mgr.h"
 #include "tools/zorva/text.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
 
 namespace zorva_tool {
 
@@ -24,17 +26,17 @@ constexpr const char* erase_size_label = "Erase size(byte):";
 constexpr property_row properties[] = {
     {name_label, "name", "", "", ""},
     {command_label, "command", "", "", ""},
-    {erase_size_label, "erase_size", "", "", ""},
+    {erase_size_label, "erase_size", "", "", "", true},
     {"Data length(byte):", "data_length", "length ", "", ""},
     {"Data:", "data", "data ", "", ""},
     {"Expected data:", "expected_data", "expect ", "", ""},
     {"Expected data mask:", "expected_data_mask", "mask ", "", ""},
-    {"Attempt count:", "attempt_count", "", " attempts", "1"},
+    {"Attempt count:", "attempt_count", "", " attempts", "1", true},
     {"Address:", "address", "address ", "", ""},
-    {"Page size(byte):", "page_size", "pages of ", " bytes", ""},
-    {"Addressing mode(byte):", "addressing_mode", "", "-byte address", ""},
-    {"Dummy clock cycle:", "dummy_clock_cycle", "", " dummy cycles", "0"},
-    {"Delay(us):", "delay", "delay ", " us", "0"},
+    {"Page size(byte):", "page_size", "pages of ", " bytes", "", true},
+    {"Addressing mode(byte):", "addressing_mode", "", "-byte address", "", true},
+    {"Dummy clock cycle:", "dummy_clock_cycle", "", " dummy cycles", "0", true},
+    {"Delay(us):", "delay", "delay ", " us", "0", true},
     {"Command-Data(bus width):", "bus_width", "bus ", "", "1-1"},
     {"Command-Address(bus width):", "bus_width", "bus ", "", "1-1"},
     {"Command-Address-Data(bus width):", "bus_width", "bus ", "", "1-1-1"},
@@ -73,7 +75,7 @@ std::string command_text(ZORVA_ACTION& action) {
 std::string detail_text(ZORVA_ACTION& action) {
     std::vector<std::string> details;
     for (const ZORVA_ACT_PROPERTY property : action.get_property_enum_list()) {
-        const property_row* row = find_property(action.get_property_name(property));
+        const property_row* row = find_property(action, property);
         const std::string value = action.get_property_value(property);
         const bool stands_in_front =
             row == nullptr || (*row->before == '\0' && *row->after == '\0');
@@ -127,12 +129,24 @@ const property_row* find_property(std::string_view label) {
     return row == std::end(properties) ? nullptr : row;
 }
 
+const property_row* find_property(ZORVA_ACTION& action, ZORVA_ACT_PROPERTY property) {
+    return find_property(action.get_property_name(property));
+}
+
 std::string_view property_key(ZORVA_ACTION& action, ZORVA_ACT_PROPERTY property) {
     // The library has no labels for the two of a custom action.
     if (property == ZORVA_ACT_PROPERTY_CU_DIRECTION) return "direction";
     if (property == ZORVA_ACT_PROPERTY_CU_DESCRIPTION) return "description";
-    const property_row* row = find_property(action.get_property_name(property));
+    const property_row* row = find_property(action, property);
     return row == nullptr ? std::string_view() : row->key;
+}
+
+std::vector<unsigned char> data_bytes(const std::string& text) {
+    if (trimmed(text).empty()) return {};
+    dword length = 0;
+    const std::unique_ptr<unsigned char[]> bytes(
+        ZORVA_MGR::convert_data_list_string_to_byte_array(text, &length, nullptr));
+    return {bytes.get(), bytes.get() + length};
 }
 
 std::string action_facts(ZORVA_ACTION& action) {

@@ -27,13 +27,20 @@ struct property_row {
     const char* key;     // in JSON
     const char* before;  // what stands around the value in a line
     const char* after;
-    const char* silent;  // the value that goes without saying
+    const char* silent;              // the value that goes without saying
+    bool is_number_in_file = false;  // and not a text: a leading 0 is lost, and means octal
 };
 // Null for the label of no kind.
 const property_row* find_property(std::string_view label);
 
+// The row of a property; null for one that isn't in the table.
+const property_row* find_property(ZORVA_ACTION& action, ZORVA_ACT_PROPERTY property);
+
 // The key of a property in JSON and in addresses; empty for a property that isn't shown.
 std::string_view property_key(ZORVA_ACTION& action, ZORVA_ACT_PROPERTY property);
+
+// The bytes of a data list; none for a text that isn't one.
+std::vector<unsigned char> data_bytes(const std::string& text);
 
 // What an action does on the bus, without the name that its author gave it:
 // "0x05 read status register, 1 byte, expect 0x00, mask 0x01".

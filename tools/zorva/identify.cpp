@@ -6,8 +6,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <memory>
+#include <string_view>
+#include <unordered_map>
 
 namespace zorva_tool {
 
@@ -25,18 +28,14 @@ struct id_bytes {
 };
 
 id_bytes parse_bytes(const std::string& text) {
-    constexpr dword most_bytes = 4;
-    dword length = 0;
-    const std::unique_ptr<unsigned char[]> bytes(
-        text.find_first_not_of(' ') == std::string::npos
-            ? nullptr
-            : ZORVA_MGR::convert_data_list_string_to_byte_array(text, &length, nullptr));
-    if (!bytes || length == 0 || length > most_bytes)
+    constexpr std::size_t most_bytes = 4;
+    const std::vector<unsigned char> bytes = data_bytes(text);
+    if (bytes.empty() || bytes.size() > most_bytes)
         throw failure(
             exit_command_line,
             fmt::format("'{}' isn't one to four bytes; write them as 0x20 0xBA 0x19.", text));
     id_bytes id;
-    for (dword i = 0; i < length; ++i) {
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
         id.value |= static_cast<dword>(bytes[i]) << (8 * i);
         id.defined |= dword{0xFF} << (8 * i);
     }
@@ -71,29 +70,36 @@ bool all_equal(const auto& values) {
     return std::ranges::adjacent_find(values, std::ranges::not_equal_to()) == values.end();
 }
 
-// What the actions do; a repeated one is told from the one before, so that it can be a difference.
+// What the actions do; a repeated one is told from the ones before, so that it can be a difference.
 std::vector<std::string> operation_facts(ZORVA_OPERATION& operation) {
     std::vector<std::string> facts;
+    std::unordered_map<std::string, std::size_t> counts;
     for (ZORVA_ACTION* action : *operation.get_action_list()) {
         std::string fact = action_facts(*action);
-        while (std::ranges::find(facts, fact) != facts.end()) fact += " again";
+        const std::size_t count = ++counts[fact];
+        if (count > 1) fact += " again";
+        if (count > 2) fact += fmt::format(" ({})", count);
         facts.push_back(std::move(fact));
     }
     return facts;
 }
 
 // Of each list what isn't in all of them. Where that is nothing, the order of the items is the
-// difference, and only the whole lists tell it.
+// difference, and only the whole lists tell it. No list holds an item twice.
 std::vector<std::string> told_apart(const std::vector<std::vector<std::string>>& lists) {
-    const auto is_common = [&](const std::string& item) {
-        return std::ranges::all_of(
-            lists, [&](const auto& list) { return std::ranges::count(list, item) != 0; });
-    };
-    auto shortened = lists;
-    for (auto& list : shortened) std::erase_if(list, is_common);
+    std::unordered_map<std::string_view, std::size_t> counts;
+    for (const auto& list : lists)
+        for (const std::string& item : list) ++counts[item];
     std::vector<std::string> texts;
-    for (const auto& list : all_equal(shortened) ? lists : shortened)
-        texts.push_back(joined(list, "; "));
+    for (const auto& list : lists) {
+        std::vector<std::string> own;
+        std::ranges::copy_if(list, std::back_inserter(own),
+                             [&](const std::string& item) { return counts[item] != lists.size(); });
+        texts.push_back(joined(own, "; "));
+    }
+    if (!all_equal(texts)) return texts;
+    std::ranges::transform(lists, texts.begin(),
+                           [](const auto& list) { return joined(list, "; "); });
     return texts;
 }
 
@@ -127,13 +133,20 @@ void add_operation(std::vector<difference>& found, const std::vector<device>& de
         found.push_back({fmt::format("{} {}", labels[i], operation.get_name()), values[i]});
 }
 
+// One ID can be spelled in several ways.
+std::string compared_text(const field& field, const device& device) {
+    std::string text = field.text_of(device);
+    if (field.editor != &id_editor) return text;
+    return fmt::format("0x{:02X}", fmt::join(data_bytes(text), " 0x"));
+}
+
 // The facts in which candidates differ.
 std::vector<difference> differences(const std::vector<device>& devices) {
     std::vector<difference> found;
     for (const field& field : device_fields()) {
         if ((field.uses & compared) == 0) continue;
         difference& added = found.emplace_back(difference{field.label, {}});
-        for (const device& device : devices) added.values.push_back(field.text_of(device));
+        for (const device& device : devices) added.values.push_back(compared_text(field, device));
     }
     for (ZORVA_OPERATION* operation :
          *devices[0].flash->get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL))
@@ -162,6 +175,19 @@ json difference_rows(const std::vector<device>& devices) {
 
 constexpr column difference_columns[] = {
     {"fact", "They differ in"}, {"names", "Device"}, {"value", "Value"}};
+
+// In a table nobody reads more than some of the names; all of them stand above it.
+json with_some_names(json rows) {
+    constexpr std::size_t most_names = 10;
+    for (json& row : rows) {
+        json& names = row["names"];
+        const std::size_t count = names.size();
+        if (count <= most_names) continue;
+        names.erase(names.begin() + most_names, names.end());
+        names = fmt::format("{} and {} more", cell_text(names), count - most_names);
+    }
+    return rows;
+}
 
 // Tells of the candidates whose IDs are shorter than what was asked for.
 void note_short_ids(output& out, const std::vector<device>& devices, dword mask) {
@@ -193,7 +219,7 @@ int identify(context& context, const identify_options& options) {
         out.list(status_of(devices), "devices", device_columns(), rows);
         if (!out.is_names() && !different.empty()) {
             out.line("");
-            out.table(difference_columns, different);
+            out.table(difference_columns, with_some_names(different));
         }
     }
     note_short_ids(out, devices, mask);
@@ -212,7 +238,8 @@ void add_identify(command_line& line) {
         line.app(), "identify",
         "Tell which devices answer an ID, and in what they differ. One candidate is exit code 0",
         "  zorva identify 0x20 0xBA 0x19\n"
-        "  zorva identify '0x20 0xBA' --mask '0xFF 0xF0'",
+        "  zorva identify '0x20 0xBA' --mask '0xFF 0xF0'\n\n"
+        "A row of what they differ in names ten devices at most; --format json names all.",
         [options](context& context) { return identify(context, *options); });
     command
         ->add_option("BYTES", options->bytes,

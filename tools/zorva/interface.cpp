@@ -3,6 +3,7 @@
 #include "pgm/zorva/zorva_qspi_mgr.h"
 #include "pgm/zorva/zorva_sdmmc_mgr.h"
 #include "services/file.h"
+#include "services/pgm_common.h"
 #include "services/pgmdev.h"
 
 #include <fmt/format.h>
@@ -35,19 +36,26 @@ const interface_row& interface_of(DEV_FAMILY_ENUM family) {
     return *std::ranges::find(interface_table, family, &interface_row::family);
 }
 
-const interface_row& interface_for(const std::string& file) {
-    std::string bytes;
-    FIO_FILE_SYSTEM::read(file, bytes);
-    const auto row = std::ranges::find_if(interface_table, [&](const interface_row& candidate) {
-        return bytes.find(std::string("<") + candidate.root) != std::string::npos;
-    });
+const interface_row& interface_for_bytes(std::string_view bytes) {
+    const std::string root = PGM_COMMON_XML::root_name(bytes);
+    const auto row = std::ranges::find(interface_table, root, &interface_row::root);
     return row == std::end(interface_table) ? interface_table[0] : *row;
 }
 
+const interface_row& interface_for(const std::string& file) {
+    std::string bytes;
+    FIO_FILE_SYSTEM::read(file, bytes);
+    return interface_for_bytes(bytes);
+}
+
+std::string off_text(const interface_row& row, const char* setting) {
+    return fmt::format("{}{} devices are switched off", setting == row.setting ? "" : "Your own ",
+                       row.label);
+}
+
 failure switched_off(const interface_row& row, const char* setting) {
-    return {exit_no, fmt::format("{}{} devices are switched off; 'zorva config set {} on' "
-                                 "switches them on.",
-                                 setting == row.setting ? "" : "Your own ", row.label, setting)};
+    return {exit_no, fmt::format("{}; 'zorva config set {} on' switches them on.",
+                                 off_text(row, setting), setting)};
 }
 
 refusal lacks_field(const interface_row& row) {

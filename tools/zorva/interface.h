@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zorva_tool {
@@ -27,9 +28,13 @@ struct interface_row {
 // The interfaces that `name` selects, "all" or the name of one.
 std::vector<const interface_row*> selected_interfaces(const std::string& name);
 const interface_row& interface_of(DEV_FAMILY_ENUM family);
-// The interface that a file is meant for; the first if it doesn't tell.
+// The interface that a document is meant for, by its root element; the first if that doesn't tell.
+const interface_row& interface_for_bytes(std::string_view bytes);
+// The same of a file.
 const interface_row& interface_for(const std::string& file);
 
+// "SD/MMC devices are switched off"
+std::string off_text(const interface_row& row, const char* setting);
 failure switched_off(const interface_row& row, const char* setting);
 // The refusal of what only the devices of another interface have.
 refusal lacks_field(const interface_row& row);

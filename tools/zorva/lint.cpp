@@ -1,16 +1,23 @@
 // zorva lint
 #include "tools/zorva/lint.h"
 
-#include "services/file.h"
+#include "services/host.h"
 #include "tools/zorva/command_line.h"
+#include "tools/zorva/input.h"
 #include "tools/zorva/interface.h"
 #include "tools/zorva/text.h"
 
 #include <fmt/format.h>
 
-#include <algorithm>
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <memory>
+#include <optional>
+#include <set>
+#include <system_error>
+#include <utility>
+#include <vector>
 
 namespace zorva_tool {
 
@@ -35,39 +42,90 @@ void add_unreadable(lint_result& result, const std::string& file, const std::str
     add_finding(result, file, 0, "file", sentence);
 }
 
-// The files that a load would read in a directory.
-std::vector<std::string> files_in(const std::string& directory) {
-    FIO_PATH path(directory + "/");
-    const std::string normalised = path.full_directory();
-    FIO_FIND find(normalised + "pgm_flash_*.xml");
-    std::vector<std::string> files;
-    for (std::string name = find.find_first(); !name.empty(); name = find.find_next())
-        files.push_back(normalised + name);
-    return files;
-}
+// The disk, with the bytes of standard input beside it under a name of its own.
+class disk_with_input : public pgm_host::file_system {
+  public:
+    static constexpr const char* input_name = "<stdin>";
 
-// The files of all arguments, each once.
-std::vector<std::string> expanded(const std::vector<std::string>& arguments, lint_result& result) {
-    std::vector<std::string> files;
-    const auto add = [&](const std::string& file) {
-        if (std::ranges::find(files, file) == files.end()) files.push_back(file);
-    };
-    for (const std::string& argument : arguments) {
-        std::error_code error;
-        std::string bytes;
-        if (std::filesystem::is_directory(argument, error)) {
-            const std::vector<std::string> found = files_in(argument);
-            if (found.empty())
-                add_unreadable(result, argument, "No file in here is named pgm_flash_*.xml.");
-            std::ranges::for_each(found, add);
-        } else if (FIO_FILE_SYSTEM::read(argument, bytes)) {
-            add(argument);
-        } else {
-            add_unreadable(result, argument, "This file can't be read.");
-        }
+    explicit disk_with_input(std::string bytes) : m_bytes(std::move(bytes)) {
+        pgm_host::set_file_system(this);
     }
-    return files;
-}
+    ~disk_with_input() override { pgm_host::set_file_system(nullptr); }
+    disk_with_input(const disk_with_input&) = delete;
+    disk_with_input& operator=(const disk_with_input&) = delete;
+
+    bool exists(const std::string& path) override {
+        return path == input_name || file_system::exists(path);
+    }
+    bool read(const std::string& path, std::string& bytes) override {
+        if (path != input_name) return file_system::read(path, bytes);
+        bytes = m_bytes;
+        return true;
+    }
+
+  private:
+    std::string m_bytes;
+};
+
+// A file that can be read, and the interface that it is meant for.
+struct readable_file {
+    std::string path;
+    const interface_row* meant_for;
+};
+
+// The files of all arguments. One that several arguments lead to, or links, is taken once; two
+// names in one directory are both taken, as a load takes them.
+class file_list {
+  public:
+    file_list(lint_result& result, const interface_row* interface)
+        : m_result(result), m_interface(interface) {}
+
+    void add_argument(const std::string& argument) {
+        std::error_code error;
+        if (std::filesystem::is_directory(argument, error))
+            add_directory(argument);
+        else
+            add_file(argument);
+        m_met.merge(m_met_now);
+    }
+    void add_file(const std::string& file) {
+        if (!is_new(file)) return;
+        std::string bytes;
+        const std::string failure = read_file(file, bytes);
+        if (failure.empty())
+            m_files.push_back(
+                {file, m_interface == nullptr ? &interface_for_bytes(bytes) : m_interface});
+        else
+            add_unreadable(m_result, file, failure);
+    }
+    const std::vector<readable_file>& files() const { return m_files; }
+
+  private:
+    void add_directory(const std::string& directory) {
+        const listing listing = list_directory(directory);
+        if (!listing.failure.empty())
+            add_unreadable(m_result, directory, listing.failure);
+        else if (listing.files.empty())
+            add_unreadable(m_result, directory, "No file in here is named pgm_flash_*.xml.");
+        for (const std::string& file : listing.files) add_file(file);
+    }
+    bool is_new(const std::string& file) {
+        struct stat status {};
+        if (::stat(file.c_str(), &status) != 0) return m_missing.insert(file).second;
+        const identity id{status.st_dev, status.st_ino};
+        m_met_now.insert(id);
+        return !m_met.contains(id);
+    }
+
+    using identity = std::pair<dev_t, ino_t>;
+
+    lint_result& m_result;
+    const interface_row* m_interface;  // null: that of each file
+    std::vector<readable_file> m_files;
+    std::set<identity> m_met;      // by the arguments before this one
+    std::set<identity> m_met_now;  // by this one
+    std::set<std::string> m_missing;
+};
 
 void add_file(lint_result& result, const ZORVA_FILE_REPORT& file) {
     ++result.files;
@@ -105,22 +163,20 @@ void print(output& out, const lint_result& result) {
                          result.definitions, result.findings.size()));
 }
 
-// Each file by the interface that it is meant for, unless one was asked for.
-void judge(lint_result& result, const std::vector<std::string>& files,
-           const std::string& interface_name) {
-    const auto interfaces = selected_interfaces(interface_name);
-    for (const interface_row* row : interfaces) {
-        std::vector<std::string> own = files;
-        if (interfaces.size() > 1)
-            std::erase_if(own, [&](const auto& file) { return &interface_for(file) != row; });
+// Each file by the interface that it is meant for.
+void judge(lint_result& result, const std::vector<readable_file>& files) {
+    for (const interface_row* row : selected_interfaces("all")) {
+        std::vector<std::string> own;
+        for (const readable_file& file : files)
+            if (file.meant_for == row) own.push_back(file.path);
         for (const ZORVA_FILE_REPORT& file : row->judge_files(own)) add_file(result, file);
     }
 }
 
-lint_result judged(context& context, const std::vector<std::string>& arguments) {
-    lint_result result;
-    judge(result, expanded(arguments, result), context.options().interface);
-    return result;
+// The interface that was asked for; null for all.
+const interface_row* asked_interface(const context& context) {
+    const auto interfaces = selected_interfaces(context.options().interface);
+    return interfaces.size() == 1 ? interfaces[0] : nullptr;
 }
 
 int exit_code_of(const lint_result& result) {
@@ -129,7 +185,15 @@ int exit_code_of(const lint_result& result) {
 }
 
 int lint(context& context, const std::vector<std::string>& arguments) {
-    const lint_result result = judged(context, arguments);
+    constexpr const char* standard_input = "-";
+    lint_result result;
+    file_list files(result, asked_interface(context));
+    std::optional<disk_with_input> disk;
+    for (const std::string& argument : arguments) {
+        if (argument == standard_input && !disk) disk.emplace(context.out().input());
+        files.add_argument(argument == standard_input ? disk_with_input::input_name : argument);
+    }
+    judge(result, files.files());
     print(context.out(), result);
     return exit_code_of(result);
 }
@@ -137,7 +201,10 @@ int lint(context& context, const std::vector<std::string>& arguments) {
 }  // namespace
 
 int judge_file(context& context, const std::string& file) {
-    const lint_result result = judged(context, {file});
+    lint_result result;
+    file_list files(result, asked_interface(context));
+    files.add_file(file);
+    judge(result, files.files());
     if (!result.findings.empty()) print(context.out(), result);
     return exit_code_of(result);
 }
@@ -147,12 +214,21 @@ void add_lint(command_line& line) {
     CLI::App* command = line.add(
         line.app(), "lint", "Judge files by themselves, whether or not the database can be loaded",
         "  zorva lint pgm_flash_MY_QUAD_FLASH.xml\n"
-        "  zorva lint ~/.local/share/zorva          all pgm_flash_*.xml of a directory\n\n"
+        "  zorva lint ~/.local/share/zorva          all pgm_flash_*.xml of a directory\n"
+        "  make_definition | zorva lint -           standard input\n\n"
         "Each finding is a line FILE:LINE: error[ID]: SENTENCE. The ID is that of\n"
         "'zorva messages', 'schema' where the form of the file is wrong, or 'file' where\n"
         "it can't be read.",
         [arguments](context& context) { return lint(context, *arguments); });
-    command->add_option("FILE", *arguments, "Files and directories")->required()->type_name("");
+    // A word in square brackets would be taken apart as a list where any number of words may
+    // follow; where a great many are wanted it is a word.
+    constexpr int many = CLI::detail::expected_max_vector_size;
+    command->add_option("FILE", *arguments, "Files and directories; - is standard input")
+        ->required()
+        ->expected(many, many)
+        ->allow_extra_args(false)
+        ->take_all()
+        ->type_name("");
 }
 
 }  // namespace zorva_tool

@@ -55,18 +55,15 @@ std::vector<std::string> suited_names(ZORVA_MGR& manager, name_list list,
     return names;
 }
 
-// A voltage may name several, as "3.0V/3.3V"; one of them is enough.
-bool fits_voltage(const std::string& voltage, const std::string& asked) {
-    return voltage == asked || ("/" + voltage + "/").find("/" + asked + "/") != std::string::npos;
+bool fits_pattern(const json& device, const std::string& pattern) {
+    const std::string name = device["name"];
+    return ::fnmatch(pattern.c_str(), name.c_str(), FNM_NOESCAPE | FNM_CASEFOLD) == 0;
 }
 
-bool fits(const json& device, const list_options& options) {
-    const std::string name = device["name"];
-    const int flags = FNM_NOESCAPE | FNM_CASEFOLD;
-    return ::fnmatch(options.pattern.c_str(), name.c_str(), flags) == 0 &&
-           (options.density.empty() || device["bytes"] == parse_density(options.density)) &&
-           (options.voltage.empty() ||
-            fits_voltage(cell_text(device["voltage"]), options.voltage)) &&
+// All that is asked for but the name.
+bool fits_otherwise(const json& device, const list_options& options) {
+    return (options.density.empty() || device["bytes"] == parse_density(options.density)) &&
+           (options.voltage.empty() || is_voltage(cell_text(device["voltage"]), options.voltage)) &&
            (options.flow_template.empty() || device["template"] == options.flow_template) &&
            (options.origin.empty() || device["origin"] == options.origin);
 }
@@ -115,7 +112,7 @@ void check_voltage(const list_options& options, const database& db) {
     for (ZORVA_MGR* manager : db.managers())
         std::ranges::copy(manager->get_device_io_voltage_list(), std::back_inserter(voltages));
     if (!options.voltage.empty() && std::ranges::none_of(voltages, [&](const auto& voltage) {
-            return fits_voltage(voltage, options.voltage);
+            return is_voltage(voltage, options.voltage);
         }))
         throw failure(exit_command_line, fmt::format("'{}' is no voltage of the database; {} are.",
                                                      options.voltage, joined(voltages, " and ")));
@@ -128,6 +125,16 @@ void check_template(const list_options& options, const database& db) {
         throw db.not_found("template", options.flow_template, templates);
 }
 
+// No device fits; a name without * and ? may be misspelled.
+int tell_none(output& out, const list_options& options, const std::vector<std::string>& names) {
+    const bool is_name = options.pattern.find_first_of("*?[") == std::string::npos;
+    const auto near = is_name ? nearest(options.pattern, names) : std::vector<std::string>();
+    if (out.is_json())
+        out.document("not-found", {{"devices", json::array()}, {"suggestions", near}});
+    out.note("No device fits." + suggestion_text(near));
+    return exit_no;
+}
+
 int list(context& context, const list_options& options) {
     if (!options.density.empty() && !parse_density(options.density))
         throw failure(exit_command_line,
@@ -137,14 +144,18 @@ int list(context& context, const list_options& options) {
     check_voltage(options, db);
     check_template(options, db);
     json rows = json::array();
+    std::vector<std::string> other_names;
     for (const device& device : suited_devices(db, options)) {
         json row = device_json(device);
-        if (fits(row, options)) rows.push_back(std::move(row));
+        if (!fits_otherwise(row, options)) continue;
+        if (fits_pattern(row, options.pattern))
+            rows.push_back(std::move(row));
+        else
+            other_names.push_back(device.name);
     }
-    context.out().list(rows.empty() ? "not-found" : "ok", "devices", device_columns(), rows);
-    if (!rows.empty()) return exit_done;
-    context.out().note("No device fits.");
-    return exit_no;
+    if (rows.empty()) return tell_none(context.out(), options, other_names);
+    context.out().list("ok", "devices", device_columns(), rows);
+    return exit_done;
 }
 
 }  // namespace
@@ -167,7 +178,7 @@ void add_list(command_line& line) {
     CLI::Option* legacy =
         command->add_flag("--legacy", options->legacy, "Legacy devices: a name without flows");
     command->add_flag("--all", options->all, "Legacy devices too")->excludes(legacy);
-    command->add_option("--voltage", options->voltage, "Only this I/O voltage, as 1.8V")
+    command->add_option("--voltage", options->voltage, "Only this I/O voltage, as 1.8V or 3.3")
         ->type_name("V");
     command->add_option("--density", options->density, "Only this density, as 128Mb or 16MiB")
         ->type_name("D");

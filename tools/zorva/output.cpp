@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <istream>
+#include <iterator>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -54,6 +55,10 @@ std::string cell_text(const json& value) {
     std::vector<std::string> texts;
     for (const json& item : value) texts.push_back(cell_text(item));
     return texts.empty() ? "-" : joined(texts);
+}
+
+std::string suggestion_text(const std::vector<std::string>& names) {
+    return names.empty() ? "" : fmt::format(" Did you mean '{}'?", joined(names, "' or '"));
 }
 
 output::output(const streams& streams, std::string format, std::string command)
@@ -113,8 +118,14 @@ void output::bytes(const std::string& bytes) { m_streams.out << bytes; }
 std::optional<std::string> output::ask(const std::string& question) {
     m_streams.err << printable(question) << std::flush;
     std::string answer;
-    if (!std::getline(*m_streams.in, answer)) return {};
-    return answer;
+    if (std::getline(*m_streams.in, answer)) return std::string(trimmed(answer));
+    m_streams.err << '\n';  // what comes next isn't to stand behind the question
+    return {};
+}
+
+std::string output::input() const {
+    if (m_streams.bytes == nullptr) return {};
+    return {std::istreambuf_iterator<char>(*m_streams.bytes), {}};
 }
 
 void output::note(const std::string& text) { m_streams.err << printable(text) << '\n'; }
@@ -125,16 +136,16 @@ void output::warning(const std::string& tag, const std::string& text) {
                   << '\n';
 }
 
-void output::failed(const failure& failure) {
-    std::string text = failure.what();
-    if (!failure.suggestions.empty())
-        text += fmt::format(" Did you mean '{}'?", joined(failure.suggestions, "' or '"));
+void output::failed(const failure& failure, const json& members) {
+    std::string text = failure.what() + suggestion_text(failure.suggestions);
     if (!failure.searched.empty()) text += fmt::format(" Searched: {}.", joined(failure.searched));
     warning("error", text);
     if (!is_json()) return;
-    json members = {{"message", failure.what()}, {"suggestions", failure.suggestions}};
-    if (!failure.searched.empty()) members["searched"] = failure.searched;
-    document(failure.status(), members);
+    json whole = {{"message", failure.what()}, {"suggestions", failure.suggestions}};
+    if (failure.message_id != 0) whole["id"] = failure.message_id;
+    if (!failure.searched.empty()) whole["searched"] = failure.searched;
+    whole.update(members);
+    document(failure.status(), whole);
 }
 
 std::string output::styled(const std::string& text, const char* style, bool is_terminal) const {

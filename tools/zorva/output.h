@@ -20,7 +20,8 @@ struct streams {
     std::ostream& err;
     bool out_is_terminal;
     bool err_is_terminal;
-    std::istream* in = nullptr;  // where a person answers; null if there is nobody to ask
+    std::istream* in = nullptr;     // where a person answers; null if there is nobody to ask
+    std::istream* bytes = nullptr;  // standard input as it is; null if there is none
 };
 
 // One column of a table: which member of a row's object it shows.
@@ -54,14 +55,18 @@ class output {
     void bytes(const std::string& bytes);  // as they are
 
     bool can_ask() const { return m_streams.in != nullptr; }
-    // The answer to a question on standard error; nothing at the end of the input.
+    // The answer to a question on standard error, without the blanks around it; nothing at the end
+    // of the input.
     std::optional<std::string> ask(const std::string& question);
+    // All of standard input.
+    std::string input() const;
 
     void note(const std::string& text);
     // `tag` as in "warning[20478]".
     void warning(const std::string& tag, const std::string& text);
-    // The sentence of a failure, and in JSON the document that stands for the answer.
-    void failed(const failure& failure);
+    // The sentence of a failure, and in JSON the document that stands for the answer, with what
+    // could be told all the same.
+    void failed(const failure& failure, const json& members = json::object());
 
   private:
     std::string styled(const std::string& text, const char* style, bool is_terminal) const;
@@ -70,6 +75,9 @@ class output {
     std::string m_format;
     std::string m_command;
 };
+
+// " Did you mean 'A' or 'B'?"; empty without names.
+std::string suggestion_text(const std::vector<std::string>& names);
 
 // The text of a value in a cell: "-" for nothing, "yes" and "no", an array joined by commas.
 std::string cell_text(const json& value);

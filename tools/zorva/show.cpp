@@ -69,10 +69,22 @@ void show_text(output& out, const device& device, const std::vector<flow_row>& f
     for (const flow_row& flow : flows) print_flow(*device.flash, flow, out);
 }
 
+// Look-ups give the legacy device only.
+void note_stored(context& context, const std::string& name) {
+    const auto stored = context.db().stored(name);
+    if (!stored) return;
+    const definition* definition = stored->in_force();
+    context.out().note(fmt::format(
+        "A legacy device hides the '{}' that is stored in {}; only 'zorva set' and 'zorva rm' "
+        "reach that.",
+        name, definition == nullptr ? stored->manager->get_flash_file(name) : definition->place()));
+}
+
 int show(context& context, const show_options& options) {
     const field* field = options.field.empty() ? nullptr : &find_field(options.field);
     const device device = context.db().get(options.name);
     output& out = context.out();
+    if (device.is_legacy()) note_stored(context, device.name);
     if (field != nullptr) return show_field(out, device, *field);
     if (!options.flow.empty() && !device.manager->is_flash_operation_supported())
         throw lacks_field(interface_of(device.manager->get_flash_family()));

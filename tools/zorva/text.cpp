@@ -89,6 +89,21 @@ std::string upper_case(std::string_view text) {
     return upper;
 }
 
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view blanks = " \t\r\n";
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    return text.substr(0, text.find_last_not_of(blanks) + 1);
+}
+
+std::string shortened(std::string_view text) {
+    constexpr std::size_t longest = 60;
+    if (text.size() <= longest) return std::string(text);
+    // Not in the middle of a character.
+    std::size_t end = longest;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+    return std::string(text.substr(0, end)) + "...";
+}
+
 std::string joined(const std::vector<std::string>& texts, std::string_view separator) {
     return fmt::format("{}", fmt::join(texts, separator));
 }
@@ -110,6 +125,13 @@ std::optional<qword> parse_density(std::string_view text) {
     if (unit == std::end(density_units)) return {};
     if (number > std::numeric_limits<qword>::max() / unit->bytes) return {};
     return number * unit->bytes;
+}
+
+bool is_voltage(std::string_view voltage, std::string_view asked) {
+    if (voltage == asked) return true;
+    if (!asked.empty() && asked.back() != 'V') return is_voltage(voltage, std::string(asked) + "V");
+    return ("/" + std::string(voltage) + "/").find("/" + std::string(asked) + "/") !=
+           std::string::npos;
 }
 
 std::vector<std::string> nearest(std::string_view name, const std::vector<std::string>& names) {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <set>
 
 namespace zorva_tool {
@@ -26,31 +27,28 @@ void print_findings(output& out, const std::string& file, const json& findings) 
                                        finding["sentence"].get<std::string>())));
 }
 
-// The first of what was found wrong with a file, short enough for a cell.
-std::string why(const ZORVA_FILE_REPORT& file) {
-    if (file.findings.empty()) return file.reason;
-    const ZORVA_FINDING& first = file.findings[0];
-    const std::string more =
-        file.findings.size() == 1 ? "" : fmt::format(" (and {} more)", file.findings.size() - 1);
-    return fmt::format("Line {}: {}{}", first.line, first.sentence, more);
-}
-
 json file_rows(const database& db) {
     json rows = json::array();
-    for (const ZORVA_FILE_REPORT* file : db.files()) {
-        rows.push_back(file_json(*file));
-        rows.back()["why"] = why(*file);
-    }
+    for (const met_file& file : db.met_files()) rows.push_back(file_json(file));
     return rows;
 }
 
+// Told also where a directory or the shipped data can't be read: so it is found out which are.
 int where_all(context& context) {
-    const database& db = context.db();
     output& out = context.out();
-    const json files = file_rows(db);
-    const json directories = directories_json(db.custom_dir());
+    const json directories =
+        directories_json(choose_custom_directory(context.options().custom_dir));
+    json files = json::array();
+    std::optional<failure> fault;
+    try {
+        files = file_rows(context.loaded());
+        fault = context.loaded().fault();
+    } catch (const failure& failure) {
+        fault = failure;
+    }
+    const json members = {{"directories", directories}, {"files", files}};
     if (out.is_json()) {
-        out.document("ok", {{"directories", directories}, {"files", files}});
+        if (!fault) out.document("ok", members);
     } else if (out.is_names()) {
         out.names("path", files);
     } else {
@@ -58,7 +56,9 @@ int where_all(context& context) {
         out.line("");
         out.table(file_columns, files);
     }
-    return exit_done;
+    if (!fault) return exit_done;
+    out.failed(*fault, members);
+    return fault->code;
 }
 
 // Every definition of that name, of a device or a template, in the order of the load.
@@ -80,21 +80,22 @@ std::vector<std::string> defined_names(const database& db) {
 }
 
 int where_name(context& context, const std::string& name) {
-    const database& db = context.db();
+    const database& db = context.loaded();
     output& out = context.out();
     const json rows = definitions_of(db, name);
-    if (rows.empty()) throw db.not_found("definition of", name, defined_names(db));
+    if (rows.empty())
+        throw db.fault().value_or(db.not_found("definition of", name, defined_names(db)));
     if (out.is_json()) {
-        out.document("ok", {{"definitions", rows}});
-        return exit_done;
-    }
-    if (out.is_names()) {
+        if (!db.fault()) out.document("ok", {{"definitions", rows}});
+    } else if (out.is_names()) {
         out.names("file", rows);
-        return exit_done;
+    } else {
+        out.table(definition_columns, rows);
+        for (const json& row : rows) print_findings(out, row["file"], row["findings"]);
     }
-    out.table(definition_columns, rows);
-    for (const json& row : rows) print_findings(out, row["file"], row["findings"]);
-    return exit_done;
+    if (!db.fault()) return exit_done;
+    out.failed(*db.fault(), {{"definitions", rows}});
+    return db.fault()->code;
 }
 
 }  // namespace
