@@ -111,11 +111,21 @@ void write_file(const std::string& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
 }
 
+void use_home(const std::string& directory) {
+    ::setenv("HOME", directory.c_str(), 1);
+    for (const char* variable :
+         {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "PGM_COMMON_PROGRAMMER_DIR", "ZORVA_CUSTOM_DIR"})
+        ::unsetenv(variable);
+}
+
 std::vector<std::string> device_names(ZORVA_MGR& mgr) {
     return mgr.get_new_config_device_list(DEV_FAMILY_LAST, PGMIO_CONFIG_SCHEME_QSPI, true);
 }
 
 namespace {
+
+// For tests without an installation of their own.
+const bool has_no_home = (use_home("/nonexistent"), true);
 
 void set_device_tables() {
     const auto family = number<DEV_FAMILY_ENUM>;
@@ -154,6 +164,7 @@ InstallationTest::InstallationTest() {
                 .prog_flow_template = "Macronix"}) +
         device({.name = "SHIP_ISSI", .id = "0x9D 0x60 0x18", .prog_flow_template = "Issi"})));
     set_device_tables();
+    use_home(m_root);
     pgm_host::set_common_programmer(m_root);
     pgm_host::set_user_ini_file(m_root + "settings.ini");
     pgm_host::set_message_sink([this](const pgm_host::message& m) { m_messages.push_back(m); });

@@ -74,6 +74,8 @@ std::string replaced(std::string text, const std::string& from, const std::strin
 std::string without(const std::string& xml, const std::string& tag);
 
 void write_file(const std::string& path, const std::string& bytes);
+// Lets the process find its user's files below a directory, and no other choice of the real user.
+void use_home(const std::string& directory);
 // The names of all devices with a record, in name order.
 std::vector<std::string> device_names(ZORVA_MGR& mgr);
 

@@ -32,8 +32,6 @@ class ToolTest : public InstallationTest {
     ToolTest() {
         ZORVA_HELPER::get_helper()->clear();  // what another test may have left
         ::setenv("ZORVA_CUSTOM_DIR", m_custom_dir.c_str(), 1);
-        ::setenv("HOME", m_root.c_str(), 1);
-        ::unsetenv("XDG_DATA_HOME");
         ::unsetenv("NO_COLOR");
     }
     ~ToolTest() override { ::unsetenv("ZORVA_CUSTOM_DIR"); }
