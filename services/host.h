@@ -20,6 +20,11 @@ struct message {  // what a posted message carries
     std::string name;    // "ZORVA_INVALID_DEVICE_DENSITY"
     std::string text;    // with its arguments filled in
 };
+struct settings_fault {  // what doesn't count in the settings file
+    std::string file;
+    int line;  // 0: the file as a whole
+    std::string sentence;
+};
 using message_sink = std::function<void(const message&)>;
 using trace_sink = std::function<void(const char* module, int level, const std::string& text)>;
 // Called with (text, module, file, line). If it returns, the process aborts; it may throw.
@@ -56,8 +61,12 @@ void set_setting(const std::string& key, bool on);  // over what the settings fi
 void set_user_ini_file(
     const std::string& file);  // default: $XDG_CONFIG_HOME/pgm_zorva/pgm_zorva.ini
 std::string user_ini_file();   // the settings file in force
-// Stores a switch in the settings file in force; false if the file can't be written.
+// Stores a switch in the settings file in force, or takes it out; all other lines stay. False for
+// an unknown one, or if the file can't be written or isn't one of settings.
 bool store_setting(const std::string& key, bool on);
+bool unset_setting(const std::string& key);
+// The lines of the settings file that are passed over, in file order.
+std::vector<settings_fault> settings_faults();
 void set_device_table(std::vector<PGMDEV_DEVICE_INFO> table);    // device families
 void set_flash_table(std::vector<PGMDEV_SFL_FLASH_INFO> table);  // default flash devices
 const std::vector<PGMDEV_DEVICE_INFO>& device_table();

@@ -7,6 +7,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -46,6 +47,9 @@ host_state& state();
 file_system& disk();
 // A debug trace of the services themselves.
 void trace(const std::string& text);
+// Writes a file whole or leaves it as it was: a sibling is written and renamed over it. A link is
+// followed, and a file that was there keeps its mode.
+bool replace_file(const std::string& file, std::string_view bytes);
 std::string format_text(const char* format, std::va_list args);  // as printf
 // Forgets the tree that check_xsd keeps.
 void drop_kept_document();

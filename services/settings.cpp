@@ -2,144 +2,118 @@
 
 #include "services/file.h"
 #include "services/host_state.h"
+#include "services/settings_file.h"
 #include "services/text.h"
-
-#include <SimpleIni.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <optional>
+#include <system_error>
+#include <thread>
+#include <utility>
 
 using pgm_host::disk;
+using pgm_host::settings_fault;
 using pgm_host::state;
 
 namespace {
 
 constexpr std::size_t largest_file = 1 << 20;
 constexpr std::size_t longest_value = 1 << 16;
+constexpr std::size_t most_faults = 20;
 constexpr const char* switches = "settings";  // the section of the on/off settings
 constexpr const char* values = "user";        // the section of the user's values, by number
 constexpr std::array known_switches = {"pgm_enable_sdmmc", "pgm_enable_custom_sdmmc",
                                        "pgm_enable_sdmmc_orlane", "pgm_zorva_skip_device_filtering",
                                        "pgm_zorva_enable_operation_editable"};
 
-using ini_file = CSimpleIniCaseA;
+bool is_known_switch(const std::string& key) {
+    return std::ranges::find(known_switches, key) != known_switches.end();
+}
 
-std::optional<bool> read_switch(const char* text) {
-    if (gen_stricmp(text, "on") == 0) return true;
-    if (gen_stricmp(text, "off") == 0) return false;
+std::optional<bool> read_switch(const std::string& text) {
+    if (gen_stricmp(text.c_str(), "on") == 0) return true;
+    if (gen_stricmp(text.c_str(), "off") == 0) return false;
     return std::nullopt;
 }
 
-std::string_view trimmed(std::string_view line) {
-    const std::size_t first = line.find_first_not_of(" \t\r");
-    if (first == std::string_view::npos) return {};
-    return line.substr(first, line.find_last_not_of(" \t\r") - first + 1);
+// Why a line doesn't count; empty for one that does, or that nobody reads.
+std::string fault_of(const SETTINGS_FILE::LINE& line) {
+    if (line.kind == SETTINGS_FILE::KIND::BAD)
+        return "This is not a setting, which would read NAME = VALUE; it is passed over.";
+    const bool is_switch = line.section == switches && is_known_switch(line.key);
+    if (!is_switch || read_switch(line.value)) return {};
+    return line.key + " is neither on nor off; its default is in force.";
 }
 
-enum class line_kind { blank, comment, entry, other };
+// The settings file as it was last read.
+struct read_file {
+    std::string name;
+    std::optional<std::string> bytes = "";  // nothing: it can't be taken, and isn't to be replaced
+    SETTINGS_FILE content;
+    std::vector<settings_fault> faults;
+};
 
-line_kind kind_of(std::string_view line) {
-    const std::string_view text = trimmed(line);
-    if (text.empty()) return line_kind::blank;
-    if (text[0] == ';' || text[0] == '#') return line_kind::comment;
-    if (text[0] == '[') {
-        return text.find(']') == std::string_view::npos ? line_kind::other : line_kind::entry;
-    }
-    const std::size_t equals = text.find('=');
-    return equals == 0 || equals == std::string_view::npos ? line_kind::other : line_kind::entry;
-}
-
-// Calls `visit` with each line and the place behind it.
-template <class VISIT>
-void for_each_line(std::string_view bytes, VISIT visit) {
-    for (std::size_t place = 0; place < bytes.size();) {
-        const std::size_t end = std::min(bytes.find('\n', place), bytes.size());
-        const std::size_t next = std::min(end + 1, bytes.size());
-        visit(bytes.substr(place, end - place), next);
-        place = next;
-    }
-}
-
-bool is_binary(unsigned char c) { return c < ' ' && c != '\t' && c != '\r' && c != '\n'; }
-
-// Why these bytes can't be a settings file; empty if they can.
-std::string damage_of(std::string_view bytes) {
-    if (bytes.size() > largest_file) return "it is too large";
-    if (std::any_of(bytes.begin(), bytes.end(), is_binary)) return "it is not a text";
-    std::string damage;
-    int number = 0;
-    for_each_line(bytes, [&](std::string_view line, std::size_t) {
-        ++number;
-        if (damage.empty() && kind_of(line) == line_kind::other) {
-            damage = "line " + std::to_string(number) + " is no setting";
-        }
-    });
-    return damage;
-}
-
-std::string damage_of(const ini_file& ini) {
-    for (const char* key : known_switches) {
-        const char* text = ini.GetValue(switches, key);
-        if (text != nullptr && !read_switch(text)) {
-            return std::string(key) + " is neither on nor off";
-        }
-    }
+// Why bytes can't be a settings file at all; empty if they can.
+std::string damage_of(const std::optional<std::string>& bytes, int error) {
+    if (!bytes) return "can't be read: " + std::generic_category().message(error);
+    if (bytes->size() > largest_file) return "is larger than 1 MiB";
+    if (bytes->find('\0') != std::string::npos) return "is not a text";
     return {};
 }
 
-// The settings file as it stands now.
-struct loaded_file {
-    std::string name;
-    std::optional<std::string> bytes = "";  // nothing: there is a file and it can't be read
-    std::string tail;  // the comments behind the last entry, which SimpleIni drops
-    bool damaged = false;
-    ini_file ini;
-
-    loaded_file(std::string file, std::optional<std::string> content);
-
-  private:
-    std::string parse();
-};
-
-loaded_file::loaded_file(std::string file, std::optional<std::string> content)
-    : name(std::move(file)), bytes(std::move(content)) {
-    const std::string damage = bytes ? parse() : "it can't be read";
-    if (damage.empty()) return;
-    ini.Reset();
-    tail.clear();
-    damaged = true;
-    pgm_host::trace("The settings file " + name + " is left out of account: " + damage + ".");
+void find_faults(read_file& file) {
+    int number = 0;
+    for (const SETTINGS_FILE::LINE& line : file.content.lines()) {
+        ++number;
+        const std::string fault = fault_of(line);
+        if (fault.empty()) continue;
+        if (file.faults.size() == most_faults) {
+            file.faults.push_back({file.name, number, "There are more faults from here on."});
+            return;
+        }
+        file.faults.push_back({file.name, number, fault});
+    }
 }
 
-// Returns the damage, if there is any.
-std::string loaded_file::parse() {
-    std::string damage = damage_of(*bytes);
-    if (!damage.empty()) return damage;
-    std::size_t last_entry = 0;
-    for_each_line(*bytes, [&](std::string_view line, std::size_t next) {
-        if (kind_of(line) == line_kind::entry) last_entry = next;
-    });
-    tail = bytes->substr(last_entry);
-    if (ini.LoadData(bytes->data(), last_entry) != SI_OK) return "it is no INI file";
-    return damage_of(ini);
+read_file parsed(const std::string& name, std::optional<std::string> bytes, int error) {
+    read_file file{name, std::move(bytes), {}, {}};
+    const std::string damage = damage_of(file.bytes, error);
+    if (damage.empty()) {
+        file.content = SETTINGS_FILE(*file.bytes);
+        find_faults(file);
+    } else {
+        file.bytes.reset();
+        file.faults.push_back({name, 0, "The settings file " + damage + "; it is passed over."});
+    }
+    for (const settings_fault& fault : file.faults)
+        pgm_host::trace(fault.file + ":" + std::to_string(fault.line) + ": " + fault.sentence);
+    return file;
 }
 
 std::optional<std::string> read_bytes(const std::string& file) {
     std::string bytes;
+    errno = 0;
     if (file.empty() || !disk().exists(file) || disk().read(file, bytes)) return bytes;
     return std::nullopt;
 }
 
 // Parsed anew only if the file has changed.
-loaded_file& settings() {
-    static std::optional<loaded_file> latest;
-    const std::string file = pgm_host::user_ini_file();
-    std::optional<std::string> bytes = read_bytes(file);
-    if (!latest || latest->name != file || latest->bytes != bytes) {
-        latest.emplace(file, std::move(bytes));
+const read_file& settings() {
+    static std::string name;
+    static std::optional<std::string> bytes;
+    static std::optional<read_file> latest;
+    const std::string now_name = pgm_host::user_ini_file();
+    std::optional<std::string> now_bytes = read_bytes(now_name);
+    const int error = errno;
+    if (!latest || name != now_name || bytes != now_bytes) {
+        latest = parsed(now_name, now_bytes, error);
+        name = now_name;
+        bytes = std::move(now_bytes);
     }
     return *latest;
 }
@@ -150,42 +124,53 @@ std::string unquoted(std::string_view text) {
     return std::string(has_quotes ? text.substr(1, text.size() - 2) : text);
 }
 
-std::string text_of(const loaded_file& file) {
-    std::string text;
-    file.ini.Save(text);
-    if (!text.empty() && text.back() != '\n') text += '\n';
-    return text + file.tail;
+// One entry to be stored; without a value, to be taken out.
+struct change {
+    const char* section;
+    std::string key;
+    std::optional<std::string> value;
+};
+
+// Waits a few seconds for other processes that store settings.
+bool take_lock(std::optional<FIO_DIRECTORY_LOCK>& lock, const std::string& directory) {
+    using namespace std::chrono_literals;
+    const auto end = std::chrono::steady_clock::now() + 5s;
+    do {
+        lock.emplace(directory, false);
+        if (lock->held()) return true;
+        std::this_thread::sleep_for(10ms);
+    } while (std::chrono::steady_clock::now() < end);
+    return false;
 }
 
-// Replaces the settings file in one step. A damaged one is put aside, not lost.
-bool store(const std::string& file, const std::string& text, bool damaged) {
-    const std::string directory = FIO_PATH(file).full_directory();
-    const std::string sibling = file + "." + std::to_string(::getpid()) + ".tmp";
-    if (!directory.empty() && !disk().make_directory(directory)) return false;
-    const bool replaced = disk().write(sibling, text) &&
-                          (!damaged || disk().rename(file, file + ".damaged")) &&
-                          disk().rename(sibling, file);
-    if (!replaced) {
-        disk().remove(sibling);
-        return false;
-    }
-    disk().flush_directory(directory);
-    return true;
+bool store_in(const std::string& name, const std::vector<change>& changes) {
+    if (name.empty()) return false;
+    const std::string parent = std::filesystem::path(name).parent_path();
+    const std::string directory = parent.empty() ? "." : parent;
+    std::optional<FIO_DIRECTORY_LOCK> lock;
+    if (!disk().make_directory(directory) || !take_lock(lock, directory)) return false;
+    std::optional<std::string> bytes = read_bytes(name);
+    const int error = errno;
+    read_file file = parsed(name, std::move(bytes), error);
+    if (!file.bytes) return false;
+    for (const change& each : changes)
+        if (each.value)
+            file.content.set(each.section, each.key, *each.value);
+        else
+            file.content.erase(each.section, each.key);
+    return pgm_host::replace_file(name, file.content.bytes());
 }
 
-bool store_changes(const std::string& key, const char* switch_text) {
-    const std::string file = pgm_host::user_ini_file();
-    loaded_file changed(file, read_bytes(file));
-    if (file.empty() || !changed.bytes) return false;
-    if (!key.empty()) changed.ini.SetValue(switches, key.c_str(), switch_text);
-    for (const auto& [entry, value] : state().user_values) {
-        const std::string quoted = "\"" + value + "\"";
-        changed.ini.SetValue(values, std::to_string(entry).c_str(), quoted.c_str());
-    }
-    if (!store(file, text_of(changed), changed.damaged)) return false;
-    state().user_values.clear();
-    return true;
+// Stores what was set in memory with the rest. If that fails, it counts as not set: what is stored
+// is what the file says.
+bool store(std::vector<change> changes) {
+    for (const auto& [entry, value] : std::exchange(state().user_values, {}))
+        changes.push_back({values, std::to_string(entry),
+                           value.empty() ? std::nullopt : std::optional("\"" + value + "\"")});
+    return store_in(pgm_host::user_ini_file(), changes);
 }
+
+bool is_control(unsigned char c) { return c < ' ' && c != '\t'; }
 
 }  // namespace
 
@@ -199,32 +184,34 @@ std::string pgm_host::user_ini_file() {
     return std::string(home) + "/.config/pgm_zorva/pgm_zorva.ini";
 }
 
+std::vector<settings_fault> pgm_host::settings_faults() { return settings().faults; }
+
 bool pgm_host::store_setting(const std::string& key, bool on) {
-    const bool is_known =
-        std::find(known_switches.begin(), known_switches.end(), key) != known_switches.end();
-    return is_known && store_changes(key, on ? "on" : "off");
+    return is_known_switch(key) && store({{switches, key, on ? "on" : "off"}});
+}
+
+bool pgm_host::unset_setting(const std::string& key) {
+    return is_known_switch(key) && store({{switches, key, {}}});
 }
 
 NEVARA_BOOL cfg_is_on(std::string key, bool default_value) {
     const auto set = state().settings.find(key);
     if (set != state().settings.end()) return {set->second};
-    const char* text = settings().ini.GetValue(switches, key.c_str());
-    return {text == nullptr ? default_value : read_switch(text).value_or(default_value)};
+    const std::optional<std::string> text = settings().content.value(switches, key);
+    return {text ? read_switch(*text).value_or(default_value) : default_value};
 }
 
 std::string cfg_get_user_ini_value(CFG_USER_INI_ENUMS entry) {
     const auto set = state().user_values.find(entry);
     if (set != state().user_values.end()) return set->second;
-    return unquoted(settings().ini.GetValue(values, std::to_string(entry).c_str(), ""));
+    return unquoted(settings().content.value(values, std::to_string(entry)).value_or(""));
 }
 
 bool cfg_set_user_ini_value(CFG_USER_INI_ENUMS entry, const char* value) {
     const std::string_view text = value != nullptr ? value : "\n";
-    const bool fits = text.size() <= longest_value &&
-                      text.find_first_of("\r\n") == std::string_view::npos &&
-                      std::none_of(text.begin(), text.end(), is_binary);
+    const bool fits = text.size() <= longest_value && std::ranges::none_of(text, is_control);
     if (fits) state().user_values[entry] = text;
     return fits;
 }
 
-bool cfg_write_user_ini_file() { return store_changes({}, nullptr); }
+bool cfg_write_user_ini_file() { return store({}); }

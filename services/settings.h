@@ -18,7 +18,9 @@ NEVARA_BOOL cfg_is_on(std::string key, bool default_value);
 
 // The stored text; empty if there is none.
 std::string cfg_get_user_ini_value(CFG_USER_INI_ENUMS entry);
-// Sets the value in memory; false if it can't be held. cfg_write_user_ini_file() stores it.
+// Sets the value in memory; false if it can't be held. cfg_write_user_ini_file() stores it, or
+// takes an empty one out.
 bool cfg_set_user_ini_value(CFG_USER_INI_ENUMS entry, const char* value);
-// Writes the settings file, whole or not at all; false if it could not be written.
+// Writes the settings file, whole or not at all. False if it could not be written: the values set
+// since are forgotten, and what is stored is what the file says.
 bool cfg_write_user_ini_file();

@@ -3,8 +3,12 @@
 #include "services/file.h"
 #include "tests/test_support.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 
 namespace fs = std::filesystem;
 
@@ -93,20 +97,36 @@ TEST_F(SettingsTest, AFileOfCommentsTakesSettings) {
     write_file(m_file, "# one\n\n# two\n");
     ASSERT_TRUE(pgm_host::store_setting("pgm_enable_sdmmc", true));
     EXPECT_TRUE(cfg_is_on("pgm_enable_sdmmc", false).value);
-    EXPECT_TRUE(file_text(m_file).ends_with("# one\n\n# two\n"));
+    EXPECT_TRUE(file_text(m_file).starts_with("# one\n\n# two\n"));
 }
 
-TEST_F(SettingsTest, ADamagedFileMeansDefaultsAndIsPutAside) {
+// The faults as "LINE: SENTENCE".
+std::vector<std::string> faults() {
+    std::vector<std::string> texts;
+    for (const pgm_host::settings_fault& fault : pgm_host::settings_faults())
+        texts.push_back(std::to_string(fault.line) + ": " + fault.sentence);
+    return texts;
+}
+
+TEST_F(SettingsTest, ABadLineIsToldAndTheOthersStand) {
+    const std::string rest = "[user]\n94 = \"/a/\"\n[settings]\npgm_enable_custom_sdmmc = on\n";
+    const std::string no_switch = " is neither on nor off; its default is in force.";
+    const std::string no_setting =
+        "This is not a setting, which would read NAME = VALUE; it is passed over.";
     const struct {
         const char* name;
         std::string text;
-        const char* reason;
+        std::vector<std::string> faults;
     } rows[] = {
-        {"switch", "[settings]\npgm_enable_sdmmc = maybe\n", "pgm_enable_sdmmc is neither"},
-        {"no INI", "[settings]\npgm_enable_sdmmc = on\nhello\n", "line 3"},
-        {"open section", "[settings\npgm_enable_sdmmc = on\n", "line 1"},
-        {"binary", std::string("[settings]\npgm_enable_sdmmc = on\n\0", 35), "not a text"},
-        {"large", "[settings]\npgm_enable_sdmmc = on\n#" + std::string(1 << 20, 'x'), "too large"},
+        {"good", rest, {}},
+        {"switch", rest + "pgm_enable_sdmmc = true\n", {"5: pgm_enable_sdmmc" + no_switch}},
+        {"empty switch", rest + "pgm_enable_sdmmc=", {"5: pgm_enable_sdmmc" + no_switch}},
+        {"text", "hello\n" + rest + "= on\n", {"1: " + no_setting, "6: " + no_setting}},
+        {"open section", rest + "[settings\npgm_enable_sdmmc = on\n", {"5: " + no_setting}},
+        {"control character", "\x01\n" + rest, {"1: " + no_setting}},
+        {"byte order mark and CRLF",
+         "\xEF\xBB\xBF[mine]\r\nk = v\r\n" + rest + "x\r\n",
+         {"7: " + no_setting}},
     };
     fs::create_directories(fs::path(m_file).parent_path());
     for (const auto& row : rows) {
@@ -114,13 +134,47 @@ TEST_F(SettingsTest, ADamagedFileMeansDefaultsAndIsPutAside) {
         write_file(m_file, row.text);
         m_traces.clear();
         EXPECT_FALSE(cfg_is_on("pgm_enable_sdmmc", false).value);
-        EXPECT_FALSE(cfg_is_on("pgm_enable_sdmmc", false).value);
-        ASSERT_EQ(m_traces.size(), 1U);
-        EXPECT_NE(m_traces[0].find(row.reason), std::string::npos) << m_traces[0];
+        EXPECT_TRUE(cfg_is_on("pgm_enable_sdmmc", true).value);
+        EXPECT_TRUE(cfg_is_on("pgm_enable_custom_sdmmc", false).value);
+        EXPECT_EQ(cfg_get_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR), "/a/");
+        EXPECT_EQ(faults(), row.faults);
+        EXPECT_EQ(m_traces.size(), row.faults.size());
+        // Changes of other entries, there and back, leave each line as it was.
+        ASSERT_TRUE(pgm_host::store_setting("pgm_enable_sdmmc_orlane", true));
+        EXPECT_TRUE(cfg_is_on("pgm_enable_sdmmc_orlane", false).value);
+        ASSERT_TRUE(pgm_host::unset_setting("pgm_enable_sdmmc_orlane"));
+        EXPECT_EQ(file_text(m_file), row.text + (row.text.ends_with('\n') ? "" : "\n"));
         ASSERT_TRUE(pgm_host::store_setting("pgm_enable_sdmmc", true));
         EXPECT_TRUE(cfg_is_on("pgm_enable_sdmmc", false).value);
-        EXPECT_EQ(file_text(m_file + ".damaged"), row.text);
     }
+}
+
+TEST_F(SettingsTest, AFileThatIsNoneOfSettingsIsLeftAlone) {
+    const std::string on = "[settings]\npgm_enable_sdmmc = on\n";
+    fs::create_directories(fs::path(m_file).parent_path());
+    for (const std::string& text : {on + '\0', on + "#" + std::string(1 << 20, 'x')}) {
+        write_file(m_file, text);
+        EXPECT_FALSE(cfg_is_on("pgm_enable_sdmmc", false).value);
+        ASSERT_EQ(faults().size(), 1U);
+        EXPECT_TRUE(faults()[0].starts_with("0: The settings file is ")) << faults()[0];
+        EXPECT_FALSE(pgm_host::store_setting("pgm_enable_sdmmc", true));
+        EXPECT_EQ(file_text(m_file), text);
+    }
+}
+
+TEST_F(SettingsTest, ProcessesThatStoreAtOnceLoseNothing) {
+    const std::vector<std::string> keys = {
+        "pgm_enable_sdmmc", "pgm_enable_custom_sdmmc", "pgm_enable_sdmmc_orlane",
+        "pgm_zorva_skip_device_filtering", "pgm_zorva_enable_operation_editable"};
+    for (int round = 0; round < 10; ++round) {
+        fs::remove_all(fs::path(m_file).parent_path());
+        for (const std::string& key : keys)
+            if (::fork() == 0) ::_exit(pgm_host::store_setting(key, true) ? 0 : 1);
+        for (int status = 0; ::wait(&status) > 0;) EXPECT_EQ(status, 0);
+        for (const std::string& key : keys) EXPECT_TRUE(cfg_is_on(key, false).value) << key;
+    }
+    const fs::directory_iterator left(fs::path(m_file).parent_path());
+    EXPECT_EQ(std::distance(fs::begin(left), fs::end(left)), 1);
 }
 
 TEST_F(SettingsTest, AFailedWriteLeavesTheFileAsItWas) {
@@ -132,22 +186,27 @@ TEST_F(SettingsTest, AFailedWriteLeavesTheFileAsItWas) {
     EXPECT_FALSE(cfg_write_user_ini_file());
     EXPECT_FALSE(pgm_host::store_setting("pgm_enable_sdmmc", false));
     EXPECT_TRUE(cfg_is_on("pgm_enable_sdmmc", false).value);
-    EXPECT_EQ(cfg_get_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR), "/a/");
+    EXPECT_EQ(cfg_get_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR), "") << "nothing is stored";
     EXPECT_EQ(file_text(m_file), before);
     EXPECT_EQ(disk.list(m_root + "config/deep").size(), 1U);
 }
 
 TEST_F(SettingsTest, DefaultFile) {
-    const char* before = std::getenv("XDG_CONFIG_HOME");
-    const std::string kept = before != nullptr ? before : "";
     pgm_host::set_user_ini_file("");
     ::setenv("XDG_CONFIG_HOME", m_root.c_str(), 1);
     EXPECT_EQ(FIO_PATH(pgm_host::user_ini_file()).fullpath(), m_root + "pgm_zorva/pgm_zorva.ini");
     ASSERT_TRUE(pgm_host::store_setting("pgm_enable_sdmmc", true));
     EXPECT_TRUE(fs::exists(m_root + "pgm_zorva/pgm_zorva.ini"));
+    const std::string below_home = m_root + ".config/pgm_zorva/pgm_zorva.ini";
+    for (const char* passed_over : {"", "relative", "./relative"}) {
+        ::setenv("XDG_CONFIG_HOME", passed_over, 1);
+        EXPECT_EQ(FIO_PATH(pgm_host::user_ini_file()).fullpath(), below_home);
+    }
     ::unsetenv("XDG_CONFIG_HOME");
-    EXPECT_TRUE(pgm_host::user_ini_file().ends_with("/.config/pgm_zorva/pgm_zorva.ini"));
-    if (!kept.empty()) ::setenv("XDG_CONFIG_HOME", kept.c_str(), 1);
+    EXPECT_EQ(FIO_PATH(pgm_host::user_ini_file()).fullpath(), below_home);
+    ::unsetenv("HOME");
+    EXPECT_EQ(pgm_host::user_ini_file(), "");
+    EXPECT_FALSE(pgm_host::store_setting("pgm_enable_sdmmc", true));
 }
 
 }  // namespace

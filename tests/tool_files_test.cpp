@@ -94,6 +94,8 @@ TEST_F(ToolTest, ChoosesTheCustomDirectory) {
     EXPECT_EQ(chosen(), m_root + ".local/share/zorva/ default");
     ::setenv("XDG_DATA_HOME", (m_root + "data").c_str(), 1);
     EXPECT_EQ(chosen(), m_root + "data/zorva/ default");
+    ::setenv("XDG_DATA_HOME", "data", 1);
+    EXPECT_EQ(chosen(), m_root + ".local/share/zorva/ default") << "a relative one doesn't count";
     ::unsetenv("XDG_DATA_HOME");
     ::unsetenv("HOME");
     EXPECT_EQ(chosen(), " none, as HOME isn't set");
@@ -246,9 +248,52 @@ TEST_F(ToolTest, StoresSettings) {
     const std::string shown = zorva("config").out;
     EXPECT_TRUE(contains(shown, "pgm_enable_sdmmc\ton\t" + m_root + "settings.ini")) << shown;
     EXPECT_EQ(zorva("config set custom-dir " + m_root + "none").code, 3);
+    EXPECT_EQ(zorva("config unset pgm_enable_sdmmc").out, "off\n");
+    EXPECT_FALSE(contains(zorva("config").out, m_root + "settings.ini"));
     // A directory in the way of the settings file.
     pgm_host::set_user_ini_file(m_root);
     EXPECT_EQ(zorva("config set pgm_enable_sdmmc off").code, 3);
+}
+
+TEST_F(ToolTest, RefusesACustomDirectoryThatItCouldNotKeep) {
+    const std::string backslash = m_root + "a\\b";
+    const std::string line_end = m_root + "a\nb";
+    for (const std::string& directory : {backslash, line_end}) fs::create_directory(directory);
+    fs::create_directories(m_root + "a/b");
+    ASSERT_EQ(zorva("config set custom-dir " + m_custom_dir).code, 0);
+    const std::pair<std::string, const char*> rows[] = {
+        {"", "'' is none; 'zorva config unset custom-dir' removes the setting."},
+        {backslash, "holds a backslash, which would be taken for a slash."},
+        {line_end, "holds a control character, which no settings file can hold."}};
+    for (const auto& [directory, sentence] : rows) {
+        SCOPED_TRACE(directory);
+        const tool_answer answer =
+            zorva(std::vector<std::string>{"config", "set", "custom-dir", directory});
+        EXPECT_EQ(answer.code, 2);
+        EXPECT_TRUE(contains(answer.err, sentence)) << answer.err;
+        EXPECT_EQ(zorva("config get custom-dir").out, m_custom_dir + "\n");
+    }
+    EXPECT_EQ(zorva({"list", "--custom-dir", backslash}).code, 3);
+    EXPECT_EQ(zorva("config unset custom-dir").out, "\n");
+    EXPECT_EQ(zorva("config unset custom-dirs").code, 1);
+    EXPECT_FALSE(contains(zorva("config").out, m_root));
+}
+
+TEST_F(ToolTest, TellsOfEachSettingThatDoesNotCount) {
+    ::unsetenv("ZORVA_CUSTOM_DIR");
+    const std::string file = m_root + "settings.ini";
+    write_file(file, "[settings]\nhello\npgm_enable_sdmmc = true\n[user]\n94 = " + m_custom_dir);
+    for (const char* command : {"list", "config set pgm_enable_sdmmc_orlane on", "where"}) {
+        const tool_answer answer = zorva(command);
+        EXPECT_EQ(answer.code, 0);
+        EXPECT_TRUE(contains(answer.err, "warning[settings]: " + file +
+                                             ":3: pgm_enable_sdmmc is neither on nor off"))
+            << answer.err;
+        EXPECT_TRUE(contains(answer.err, file + ":2: This is not a setting")) << answer.err;
+        EXPECT_EQ(zorva("config get custom-dir").out, m_custom_dir + "\n");
+    }
+    EXPECT_EQ(zorva("config unset pgm_enable_sdmmc").code, 0);
+    EXPECT_FALSE(contains(zorva("list").err, "pgm_enable_sdmmc"));
 }
 
 TEST_F(ToolTest, SaysInOneSentenceWhyTheShippedDataAreNoUse) {

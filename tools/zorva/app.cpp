@@ -16,6 +16,15 @@ namespace zorva_tool {
 
 namespace {
 
+// A setting that doesn't count may be why a command doesn't do what its user expects.
+void tell_settings_faults(output& out) {
+    for (const pgm_host::settings_fault& fault : pgm_host::settings_faults())
+        out.warning("warning[settings]",
+                    fault.line == 0
+                        ? fmt::format("{}: {}", fault.file, fault.sentence)
+                        : fmt::format("{}:{}: {}", fault.file, fault.line, fault.sentence));
+}
+
 // Connects the library's services to the output while a command runs.
 class host_setup {
   public:
@@ -80,6 +89,7 @@ int end_with(const failure& failure, output& out) {
 
 int run_command(command_line& line, output& out) {
     const host_setup setup(line.options(), out);
+    tell_settings_faults(out);
     context context(line.options(), out);
     try {
         return line.chosen()(context);

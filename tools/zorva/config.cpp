@@ -91,7 +91,13 @@ failure not_stored() {
 }
 
 void store_custom_dir(const std::string& value) {
+    if (value.empty())
+        throw failure(exit_command_line,
+                      "custom-dir is a directory, and '' is none; 'zorva config unset custom-dir' "
+                      "removes the setting.");
     const std::string directory = absolute_directory(value);
+    const std::string reason = reason_against(directory);
+    if (!reason.empty()) throw failure(exit_command_line, reason);
     if (!FIO_FILE_SYSTEM::exists(directory))
         throw failure(exit_file, fmt::format("The directory {} doesn't exist.", directory));
     if (!ZORVA_MGR::save_custom_dir_to_ini(directory, false)) throw not_stored();
@@ -117,14 +123,25 @@ int config_set(context& context, const config_options& options) {
     return config_get(context, options);
 }
 
+int config_unset(context& context, const config_options& options) {
+    find_setting(options.key);
+    const bool done =
+        options.key == custom_dir_key
+            ? cfg_set_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR, "") && cfg_write_user_ini_file()
+            : pgm_host::unset_setting(options.key);
+    if (!done) throw not_stored();
+    return config_get(context, options);
+}
+
 }  // namespace
 
 void add_config(command_line& line) {
-    CLI::App* command = line.add(line.app(), "config", "Show the settings, or read or store one",
-                                 "  zorva config\n"
-                                 "  zorva config set pgm_enable_sdmmc on\n"
-                                 "  zorva config set custom-dir ~/flash",
-                                 config_show);
+    CLI::App* command =
+        line.add(line.app(), "config", "Show the settings, or read, store or remove one",
+                 "  zorva config\n"
+                 "  zorva config set pgm_enable_sdmmc on\n"
+                 "  zorva config set custom-dir ~/flash",
+                 config_show);
     command->require_subcommand(0, 1);
 
     const auto options = std::make_shared<config_options>();
@@ -134,7 +151,12 @@ void add_config(command_line& line) {
     CLI::App* set =
         line.add(*command, "set", "Store a setting", "  zorva config set pgm_enable_sdmmc on",
                  [options](context& context) { return config_set(context, *options); });
-    for (CLI::App* each : {get, set})
+    CLI::App* unset =
+        line.add(*command, "unset", "Remove a setting, so that its default is in force",
+                 "  zorva config unset pgm_enable_sdmmc\n"
+                 "  zorva config unset custom-dir",
+                 [options](context& context) { return config_unset(context, *options); });
+    for (CLI::App* each : {get, set, unset})
         each->add_option("KEY", options->key, "Name of the setting")->required()->type_name("");
     set->add_option("VALUE", options->value, "on or off; a directory for custom-dir")
         ->required()

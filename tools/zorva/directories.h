@@ -16,8 +16,11 @@ struct custom_directory {
 };
 
 // The custom directory of the option, else of the environment, the settings, the default.
-// Nothing is written.
+// Nothing is written. A failure for a name that would lead to another directory.
 custom_directory choose_custom_directory(const std::string& option);
+
+// Why a directory can't be the custom directory, as a sentence; empty if it can.
+std::string reason_against(const std::string& directory);
 
 // An absolute path, so that neither the settings nor a message depend on where the tool was run.
 std::string absolute_directory(const std::string& directory);
