@@ -35,6 +35,8 @@ placeholder placeholder_at(std::string_view text, std::size_t place) {
     return found ? placeholder{static_cast<std::size_t>(part[1] - '0'), part[3]} : placeholder{};
 }
 
+std::string_view text_of(std::string_view format) { return format.substr(0, format.rfind('/')); }
+
 // The kind of each value that the text asks for, in the order of their numbers.
 std::string value_kinds(std::string_view text) {
     std::string kinds;
@@ -54,7 +56,7 @@ std::string fill(std::string_view text, const std::vector<std::string>& values) 
         if (found.number == 0) {
             filled += text[place++];
         } else {
-            filled += values[found.number - 1];
+            if (found.number <= values.size()) filled += values[found.number - 1];
             place += placeholder::length;
         }
     }
@@ -88,15 +90,11 @@ bool MSG_INDEX::is_suppressed(unsigned id) const {
 MSG_BASE::MSG_BASE(MSG_POST_TYPE type) : m_type(type) {}
 
 void MSG_BASE::fill_args(const char* format, ...) {
-    const std::string_view whole = format;
-    const std::size_t slash = whole.rfind('/');
-    const std::string_view text = whole.substr(0, slash);
-    m_name = slash == std::string_view::npos ? "" : whole.substr(std::min(slash + 2, whole.size()));
-
+    const std::string kinds = value_kinds(text_of(format));
     std::vector<std::string> values;
     std::va_list args;
     va_start(args, format);
-    for (const char kind : value_kinds(text)) {
+    for (const char kind : kinds) {
         if (kind == 'd') {
             values.push_back(std::to_string(va_arg(args, unsigned)));
         } else {
@@ -105,7 +103,14 @@ void MSG_BASE::fill_args(const char* format, ...) {
         }
     }
     va_end(args);
-    m_text = fill(text, values);
+    fill_values(format, values);
+}
+
+void MSG_BASE::fill_values(std::string_view format, const std::vector<std::string>& values) {
+    const std::size_t slash = format.rfind('/');
+    m_name =
+        slash == std::string_view::npos ? "" : format.substr(std::min(slash + 2, format.size()));
+    m_text = fill(text_of(format), values);
 }
 
 void MSG_BASE::set_severity_level(int level) { m_severity_level = level; }
@@ -116,8 +121,9 @@ bool MSG_BASE::post() {
     if (state().messages) {
         state().messages({m_id, m_type, m_name, m_text});
     } else {
-        std::fprintf(stderr, "%s (%u): %s\n", m_type == MSG_POST_ERROR ? "Error" : "Warning", m_id,
-                     m_text.c_str());
+        std::fprintf(stderr, "%s (%u): ", m_type == MSG_POST_ERROR ? "Error" : "Warning", m_id);
+        std::fwrite(m_text.data(), 1, m_text.size(), stderr);
+        std::fputc('\n', stderr);
     }
     return true;
 }

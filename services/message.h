@@ -4,6 +4,8 @@
 #include <cstdarg>
 #include <cstddef>
 #include <string>
+#include <string_view>
+#include <vector>
 
 // Kinds of a posted message.
 enum MSG_POST_TYPE { MSG_POST_ERROR = 0, MSG_POST_WARNING = 2 };
@@ -50,6 +52,8 @@ class MSG_BASE : public MSG_POST {
     // slash; the letter behind it is the message's kind, the rest its name. A placeholder is
     // filled once: a value that looks like one comes out as typed.
     void fill_args(const char* format, ...);
+    // The same with the values as texts, which may hold any byte; one too few reads as empty.
+    void fill_values(std::string_view format, const std::vector<std::string>& values);
     void set_severity_level(int level);
     void set_id(unsigned id);
 

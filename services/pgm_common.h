@@ -43,7 +43,8 @@ class PGM_COMMON_XML {
     // The tree of a file: of exactly what check_xsd read, if it has just passed this file, else of
     // the file as it stands now (checked against the schema unless `shipped`). The result points
     // at a PGM_COMMON_XML_ELEMENT that the caller owns; null for a file that can't be taken, with
-    // the reason on the trace. A shipped file's child counts aren't checked.
+    // the reason on the trace. A shipped file's child counts aren't checked; an element of it that
+    // stands below one that can't hold it is an internal error.
     static void* parse_xml(PGM_COMMON_XML_FILE_ENUM kind, std::string xml_file,
                            std::string xsd_file, bool shipped, std::string, std::string,
                            std::string);
@@ -54,7 +55,8 @@ class PGM_COMMON_XML {
     // A new root of a document kind, with the default values of its attributes.
     static std::unique_ptr<PGM_COMMON_XML_ELEMENT> new_root(PGM_COMMON_XML_FILE_ENUM kind);
 
-    // Writes the tree; the caller keeps it, and sees by the file whether it worked.
+    // Writes the tree, whole or not at all; the caller keeps it. A file that was there stays as it
+    // was if that fails: a caller who removed it first sees by the file whether it worked.
     static void write_xml(PGM_COMMON_XML_ELEMENT* root, std::string file);
 
     // The same three on bytes in memory. `name` stands for the file in the texts. write_bytes gives

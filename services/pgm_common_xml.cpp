@@ -78,7 +78,7 @@ XML_OUTCOME check(const PGM_COMMON_XML_DOCUMENT* document, std::string_view byte
     const XML_SCHEMA* schema = schema_of(document->kind, xsd_file, outcome.first_text);
     if (schema == nullptr) return outcome;
     return read_xml_document(*document, bytes, name, schema,
-                             {.check_counts = true, .keep_comments = false});
+                             {.is_shipped = false, .keep_comments = false});
 }
 
 XML_OUTCOME parse_file(PGM_COMMON_XML_FILE_ENUM kind, const std::string& xml_file,
@@ -90,7 +90,7 @@ XML_OUTCOME parse_file(PGM_COMMON_XML_FILE_ENUM kind, const std::string& xml_fil
         outcome.first_text = xml_reason(xml_file, 1, "The kind of document is not known.");
     } else if (read_file(xml_file, bytes, outcome.first_text)) {
         outcome = shipped ? read_xml_document(*document, bytes, xml_file, nullptr,
-                                              {.check_counts = false, .keep_comments = false})
+                                              {.is_shipped = true, .keep_comments = false})
                           : check(document, bytes, xml_file, xsd_file);
     }
     return outcome;
@@ -161,8 +161,7 @@ std::unique_ptr<PGM_COMMON_XML_ELEMENT> PGM_COMMON_XML::new_root(PGM_COMMON_XML_
 void PGM_COMMON_XML::write_xml(PGM_COMMON_XML_ELEMENT* root, std::string file) {
     pgm_host::drop_kept_document();
     const std::string bytes = write_bytes(root);
-    // A caller sees by the file whether it worked, so after a failure there must be none.
-    if (bytes.empty() || !disk().write(file, bytes)) disk().remove(file);
+    if (!bytes.empty()) pgm_host::replace_file(file, bytes);
 }
 
 void PGM_COMMON_XML::check_bytes(std::string_view bytes, std::string name, std::string xsd_file,
@@ -179,7 +178,7 @@ void* PGM_COMMON_XML::parse_bytes(PGM_COMMON_XML_FILE_ENUM kind, std::string_vie
     XML_OUTCOME outcome;
     if (const PGM_COMMON_XML_DOCUMENT* document = document_of(kind)) {
         outcome = read_xml_document(*document, bytes, name, nullptr,
-                                    {.check_counts = true, .keep_comments = true});
+                                    {.is_shipped = false, .keep_comments = true});
     } else {
         outcome.first_text = xml_reason(name, 1, "The kind of document is not known.");
     }

@@ -70,6 +70,7 @@ class reader {
     dword start_line() const;
     bool may_start(std::string_view name, std::string_view space);
     void build(const xmlChar* name, std::string_view space);
+    void report_misplaced() const;
     void read_attributes(int count, const xmlChar** texts);
     void read_attribute(const attribute_text& attribute);
     void finish_element();
@@ -103,6 +104,7 @@ class reader {
     std::string m_breaches;
     int m_breach_count = 0;
     std::string m_problem;  // why no tree came out, if the schema doesn't tell
+    std::pair<PGM_COMMON_XML_ENUM, PGM_COMMON_XML_ENUM> m_misplaced{};  // parent and child
 };
 
 XML_OUTCOME reader::read(std::string_view bytes, const XML_SCHEMA* schema) {
@@ -119,6 +121,7 @@ XML_OUTCOME reader::read(std::string_view bytes, const XML_SCHEMA* schema) {
         }
     }
     if (!m_refusal.empty()) return {nullptr, m_refusal, {}};
+    if (m_options.is_shipped) report_misplaced();
     if (!m_breaches.empty()) return {nullptr, {}, m_breaches};
     if (!m_problem.empty()) return {nullptr, {}, m_problem};
     return {std::move(m_root), {}, {}};
@@ -243,7 +246,7 @@ bool reader::may_start(std::string_view name, std::string_view space) {
     if (m_open_lines.size() > deepest) {
         refuse("The elements are nested too deep.");
     } else if (++m_elements > most_elements) {
-        refuse("There are too many elements.");
+        refuse("There are more than 1,000,000 elements.");
     } else if (m_open_lines.size() == 1 &&
                (name != pgm_common_xml_name(m_document.root) || !space.empty())) {
         breach("The root element is " + std::string(name) + ", not " +
@@ -258,7 +261,10 @@ void reader::build(const xmlChar* name, std::string_view space) {
     PGM_COMMON_XML_ELEMENT* parent = m_open.empty() ? nullptr : m_open.back();
     const bool fits = parent == nullptr || parent->can_hold(tag);
     std::unique_ptr<PGM_COMMON_XML_ELEMENT> element(fits ? m_document.create(tag) : nullptr);
-    if (!element) return give_up("The element " + quoted(view(name)) + " is not allowed here.");
+    if (!element) {
+        if (!fits) m_misplaced = {parent->get_type(), tag};
+        return give_up("The element " + quoted(view(name)) + " is not allowed here.");
+    }
     element->set_line(m_line);
     if (!m_comments.empty()) element->edit_comments().ahead = std::exchange(m_comments, {});
     m_open.push_back(element.get());
@@ -267,6 +273,13 @@ void reader::build(const xmlChar* name, std::string_view space) {
     } else {
         parent->add_child(element.release(), nullptr);
     }
+}
+
+// The element classes report it in their own words, here where no call of libxml2 is in between.
+void reader::report_misplaced() const {
+    const std::unique_ptr<PGM_COMMON_XML_ELEMENT> parent(m_document.create(m_misplaced.first));
+    std::unique_ptr<PGM_COMMON_XML_ELEMENT> child(m_document.create(m_misplaced.second));
+    if (parent && child) parent->add_child(child.release(), nullptr);
 }
 
 void reader::read_attributes(int count, const xmlChar** texts) {
@@ -302,7 +315,7 @@ void reader::finish_element() {
     if (!m_comments.empty()) element.edit_comments().at_end = std::exchange(m_comments, {});
     const std::string_view tag = pgm_common_xml_name(element.get_type());
     if (element.get_value_type() == PGM_XML_TYPE_NONE) {
-        if (m_options.check_counts && !element.check_child_count()) {
+        if (!m_options.is_shipped && !element.check_child_count()) {
             give_up("The children of " + std::string(tag) + " are too few or too many.");
         }
     } else if (!element.read_from_text(m_text)) {

@@ -17,7 +17,7 @@ struct XML_OUTCOME {
 };
 
 struct XML_READ_OPTIONS {
-    bool check_counts;   // of children
+    bool is_shipped;     // child counts aren't checked; a misplaced element is an internal error
     bool keep_comments;  // for who writes the tree again
 };
 

@@ -69,6 +69,16 @@ TEST_F(MessagesTest, AValueThatLooksLikeAPlaceholderComesOutAsTyped) {
     EXPECT_EQ(m_messages.at(0).text, zorva_sentence(refusal));
 }
 
+TEST_F(MessagesTest, AValueIsToldToItsEnd) {
+    const std::string value("3\0Mb", 4);
+    for (const ZORVA_REFUSAL& refusal :
+         {ZORVA_REFUSAL{ZORVA_MESSAGE::INVALID_DEVICE_DENSITY, value, {}},
+          ZORVA_REFUSAL{ZORVA_MESSAGE::FOUND_DUPLICATED_FLASH_IN_DB, value, value}}) {
+        zorva_post(refusal);
+        EXPECT_EQ(m_messages.back().text, zorva_sentence(refusal));
+    }
+}
+
 TEST_F(MessagesTest, AFormatThatDoesntSuitItsArgumentsIsDiagnosed) {
     const std::string head = "ERROR: args not compatible with format string\nformat: ";
     EXPECT_EQ(zorva_format("Unknown user template %s", "T%d"), "Unknown user template T%d");

@@ -213,7 +213,18 @@ TEST_F(DocumentTest, BrokenTreesAreInternalErrors) {
     };
     for (const auto& row : rows) EXPECT_EQ(internal_error_of(row.call), row.text);
     EXPECT_NE(internal_error_of([&] { mask.write_value(1); }), "");
+    pgm_host::set_internal_error_handler(
+        [](const char*, const char*, const char* file, int) { throw internal_error(file); });
+    EXPECT_EQ(internal_error_of([&] { mask.write_value(1); }), "pgm/h/pgm_common_xml_export.cpp");
     EXPECT_NE(internal_error_of([&] { action.write_attribute_string("unit", "us"); }), "");
+}
+
+TEST_F(DocumentTest, NamesOfNumbers) {
+    const std::pair<int, const char*> rows[] = {
+        {0, "_INVALID__"},   {1, "_INVALID__"},   {21, "SDM"},       {388, "SDMMC_FLASH"},
+        {389, "_INVALID__"}, {487, "_INVALID__"}, {-1, "_INVALID__"}};
+    for (const auto& [value, name] : rows)
+        EXPECT_STREQ(pgm_common_xml_name(number<PGM_COMMON_XML_ENUM>(value)), name) << value;
 }
 
 TEST_F(DocumentTest, DefaultsOfNewElements) {

@@ -219,6 +219,10 @@ TEST_F(ServicesTest, ArgumentsFillTheirPlaceholders) {
     EXPECT_EQ(m_messages.back().type, MSG_POST_ERROR);
     EXPECT_FALSE(MSG_W_NULL().post());
     EXPECT_EQ(m_messages.size(), std::size(rows) + 1);
+    const std::string nul("a\0b", 3);
+    error.fill_values("'%1!s!' of %2!d! and '%3!s!'/EX", {nul, "7"});
+    error.post();
+    EXPECT_EQ(m_messages.back().text, "'" + nul + "' of 7 and ''");
 }
 
 TEST_F(ServicesTest, WarningsAreSuppressedAndErrorsAreNot) {

@@ -44,6 +44,12 @@ element_ptr parsed(const std::string& xml) {
     return owned(PGM_COMMON_XML::parse_bytes(PGM_COMMON_XML_FILE_QSPI, xml, "test.xml"));
 }
 
+std::string bytes_of(const std::string& file) {
+    std::string bytes;
+    EXPECT_TRUE(FIO_FILE_SYSTEM::read(file, bytes)) << file;
+    return bytes;
+}
+
 class XmlTest : public InstallationTest {
   protected:
     verdict check(const std::string& xml) {
@@ -111,6 +117,14 @@ TEST_F(XmlTest, HostileFilesAreRefusedWhole) {
         EXPECT_EQ(parsed(row.xml), nullptr);
         EXPECT_EQ(m_traces, std::vector{first});
     }
+}
+
+TEST_F(XmlTest, TheNumberOfElementsIsLimited) {
+    std::string xml;
+    for (int i = 0; i < 1'000'000; ++i) xml += "<a/>";
+    EXPECT_EQ(parsed(document(xml)), nullptr);
+    EXPECT_EQ(m_traces,
+              std::vector<std::string>{"test.xml:2: There are more than 1,000,000 elements."});
 }
 
 TEST_F(XmlTest, EncodingsAndMarkupOfAnyWellFormedFile) {
@@ -182,6 +196,9 @@ TEST_F(XmlTest, WrittenTextsReadBackToTheSameBytes) {
         EXPECT_EQ(PGM_COMMON_XML::write_bytes(tree.get()), "") << text;
         PGM_COMMON_XML::write_xml(tree.get(), m_root + "written.xml");
         EXPECT_FALSE(fs::exists(m_root + "written.xml"));
+        const std::string old = write_custom("old.xml", "old");
+        PGM_COMMON_XML::write_xml(tree.get(), old);
+        EXPECT_EQ(bytes_of(old), "old");
     }
 }
 
@@ -314,16 +331,26 @@ struct full_disk : pgm_host::file_system {
     }
 };
 
-TEST_F(XmlTest, AFailedWriteLeavesNoFile) {
+TEST_F(XmlTest, AFailedWriteChangesNothing) {
     const element_ptr tree = parsed(document(device(device_text{})));
-    const std::string file = m_root + "written.xml";
-    PGM_COMMON_XML::write_xml(tree.get(), file);
-    EXPECT_TRUE(fs::exists(file));
+    const std::string file = m_custom_dir + "written.xml";
+    const std::string link = m_custom_dir + "link.xml";
+    write_file(file, "old");
+    fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
+    fs::create_symlink(file, link);
+    PGM_COMMON_XML::write_xml(tree.get(), link);
+    const std::string written = PGM_COMMON_XML::write_bytes(tree.get());
+    EXPECT_EQ(bytes_of(file), written);
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
     full_disk disk;
     pgm_host::set_file_system(&disk);
-    PGM_COMMON_XML::write_xml(tree.get(), file);
-    EXPECT_FALSE(fs::exists(file));
-    PGM_COMMON_XML::write_xml(tree.get(), m_root + "nothing/written.xml");
+    const element_ptr other = parsed(empty_document);
+    PGM_COMMON_XML::write_xml(other.get(), file);
+    EXPECT_EQ(bytes_of(file), written);
+    PGM_COMMON_XML::write_xml(other.get(), m_custom_dir + "new.xml");
+    PGM_COMMON_XML::write_xml(other.get(), m_root + "nothing/written.xml");
+    EXPECT_EQ(disk.list(m_custom_dir), (std::vector<std::string>{"link.xml", "written.xml"}));
 }
 
 TEST_F(XmlTest, LinesAreThoseOfTheStartTags) {
@@ -374,6 +401,15 @@ TEST_F(XmlTest, EachBreachIsALineUpToAHundred) {
     const std::string second =
         check(document(device(device_text{.total_die = "x\n" + std::string(100000, 'y')}))).second;
     EXPECT_LT(second.size(), 3000U);
+    // It is cut between characters, whatever place of one the limit falls on.
+    for (const std::string lead : {"", "a", "ab"}) {
+        std::string name = lead;
+        while (name.size() < 600) name += "\xE2\x82\xAC";
+        const std::string unknown = check(document("<" + name + "/>")).second;
+        const std::string first_line = unknown.substr(0, unknown.find('\n'));
+        EXPECT_TRUE(first_line.ends_with("\xE2\x82\xAC...")) << first_line;
+        EXPECT_GT(first_line.size(), 490U);
+    }
 }
 
 TEST_F(XmlTest, AFileOfAnotherKindIsToldByItsRoot) {
@@ -439,8 +475,7 @@ TEST_F(XmlTest, AShippedFileKeepsTheRulesOfTheClassesOnly) {
         {"empty name", "<DEVICE_NAME>DEVICE", "<DEVICE_NAME>", true},
         {"blanks around a number", "<TOTAL_DEVICE_DIE>1", "<TOTAL_DEVICE_DIE> 1\n", true},
         {"unknown element", "<TERMINATION/>", "<ENDING/>", false},
-        {"element of another place", "<TERMINATION/>", "<NAME/>", false},
-        {"child of a value", "<DEVICE_NAME>", "<DEVICE_NAME><NAME/>", false},
+        {"element of another document", "<TERMINATION/>", "<SDMMC_FLASH/>", false},
         {"element of another namespace", "<TERMINATION/>", "<TERMINATION xmlns=\"urn:x\"/>", false},
         {"unknown attribute", "<FLASH>", "<FLASH a=\"1\">", false},
         {"attribute of another namespace", "<FLASH>", "<FLASH xmlns:a=\"urn:x\" a:b=\"1\">", false},
@@ -462,6 +497,27 @@ TEST_F(XmlTest, AShippedFileKeepsTheRulesOfTheClassesOnly) {
         if (row.taken) continue;
         EXPECT_TRUE(m_traces[0].starts_with(file + ":")) << m_traces[0];
         EXPECT_NE(check(replaced(good, row.from, row.to)).second, "");
+    }
+}
+
+TEST_F(XmlTest, AMisplacedElementOfAShippedFileIsAnInternalError) {
+    const std::string good = document(device(device_text{}));
+    const struct {
+        const char *from, *to, *parent, *child;
+    } rows[] = {
+        {"<TERMINATION/>", "<NAME/>", "SFL", "NAME"},
+        {"<DEVICE_NAME>", "<DEVICE_NAME><NAME/>", "DEVICE_NAME", "NAME"},
+        {"<FLASH>", "<DEVICE_INFO/><FLASH>", "QSPI_FLASH", "DEVICE_INFO"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.to);
+        const std::string xml = replaced(good, row.from, row.to);
+        EXPECT_EQ(internal_error_of([&] { parse_file(write_shipped(xml), true); }),
+                  std::string("Element \"") + row.parent + "\" does not support child element \"" +
+                      row.child + "\"");
+        // It is one of a whole file only, and a user's file is a different matter.
+        EXPECT_EQ(parse_file(write_shipped(xml + "<"), true), nullptr);
+        EXPECT_EQ(parsed(xml), nullptr);
     }
 }
 

@@ -29,7 +29,7 @@ constexpr auto values_by_name = [] {
 }  // namespace
 
 const char* pgm_common_xml_name(PGM_COMMON_XML_ENUM value) {
-    return names_by_value[std::min<std::size_t>(value, PGM_COMMON_XML_ENUM__MAX__)];
+    return names_by_value[value < names_by_value.size() ? value : PGM_COMMON_XML_ENUM__INVALID__];
 }
 
 PGM_COMMON_XML_ENUM pgm_common_xml_value(std::string_view name) {

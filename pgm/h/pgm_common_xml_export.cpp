@@ -37,7 +37,7 @@ struct free_blocks {
 };
 
 [[noreturn]] void fail(const char* text, int line) {
-    MSG_INTERNAL_ERROR::report(text, "ZORVA", "pgm/h/pgm_common_xml_export", line);
+    MSG_INTERNAL_ERROR::report(text, "ZORVA", __FILE__, line);
 }
 
 // Blanks around a number are no part of it; around a text they are.

@@ -1,7 +1,5 @@
 #include "pgm/zorva/zorva_messages.h"
 
-#include "services/pgm_common.h"
-
 #include <algorithm>
 #include <array>
 #include <memory>
@@ -52,23 +50,23 @@ constexpr auto registered_types = [] {
 const MSG_ID_REGISTRAR registrar(registered_ids.data(), registered_types.data(),
                                  registered_ids.size());
 
-template <class... Args>
-MSG_BASE* new_warning(ZORVA_MESSAGE message, Args... args) {
+using VALUES = std::vector<std::string>;
+
+MSG_BASE* new_warning(ZORVA_MESSAGE message, const VALUES& values) {
     const ZORVA_MESSAGE_ROW& row = zorva_message_row(message);
     if (MSG_INDEX::get_default_index()->is_suppressed(row.id)) return new MSG_W_NULL;
     auto warning = std::make_unique<MSG_W>(nullptr);
-    warning->fill_args(row.catalogue, args...);
+    warning->fill_values(row.catalogue, values);
     warning->set_severity_level(1);
     warning->set_id(row.id);
     return warning.release();
 }
 
 // Errors can't be suppressed and carry no severity level.
-template <class... Args>
-MSG_BASE* new_error(ZORVA_MESSAGE message, Args... args) {
+MSG_BASE* new_error(ZORVA_MESSAGE message, const VALUES& values) {
     const ZORVA_MESSAGE_ROW& row = zorva_message_row(message);
     auto error = std::make_unique<MSG_E>(nullptr);
-    error->fill_args(row.catalogue, args...);
+    error->fill_values(row.catalogue, values);
     error->set_id(row.id);
     return error.release();
 }
@@ -88,13 +86,15 @@ const ZORVA_MESSAGE_ROW& zorva_message_row(ZORVA_MESSAGE message) {
 #define ZORVA_FACTORY_NONE(name)
 #define ZORVA_FACTORY_TEXT(name)                                                                   \
     MSG_BASE* ZORVA_##name(const std::string& value) {                                             \
-        return new_warning(ZORVA_MESSAGE::name, value.c_str());                                    \
+        return new_warning(ZORVA_MESSAGE::name, {value});                                          \
     }
 #define ZORVA_FACTORY_NUMBER(name)                                                                 \
-    MSG_BASE* ZORVA_##name(dword value) { return new_warning(ZORVA_MESSAGE::name, value); }
+    MSG_BASE* ZORVA_##name(dword value) {                                                          \
+        return new_warning(ZORVA_MESSAGE::name, {std::to_string(value)});                          \
+    }
 #define ZORVA_FACTORY_TWO_TEXTS(name)                                                              \
     MSG_BASE* ZORVA_##name(const std::string& value, const std::string& directory) {               \
-        return new_error(ZORVA_MESSAGE::name, value.c_str(), directory.c_str());                   \
+        return new_error(ZORVA_MESSAGE::name, {value, directory});                                 \
     }
 #define ZORVA_FACTORY(id, grade, name, shape, text) ZORVA_FACTORY_##shape(name)
 ZORVA_MESSAGES(ZORVA_FACTORY)
@@ -112,19 +112,10 @@ std::string zorva_sentence(const ZORVA_REFUSAL& refusal) {
 }
 
 void zorva_post(const ZORVA_REFUSAL& refusal) {
-    const auto make = [&]() -> MSG_BASE* {
-        switch (zorva_message_row(refusal.message).shape) {
-            case ZORVA_MESSAGE_SHAPE::NUMBER:
-                return new_warning(refusal.message,
-                                   PGM_COMMON::convert_string_to_dword(refusal.value, false,
-                                                                       nullptr, nullptr, false));
-            case ZORVA_MESSAGE_SHAPE::TWO_TEXTS:
-                return new_error(refusal.message, refusal.value.c_str(), refusal.directory.c_str());
-            case ZORVA_MESSAGE_SHAPE::TEXT:
-            case ZORVA_MESSAGE_SHAPE::NONE:
-                break;
-        }
-        return new_warning(refusal.message, refusal.value.c_str());
-    };
-    std::unique_ptr<MSG_BASE>(make())->post();
+    const bool is_error =
+        zorva_message_row(refusal.message).shape == ZORVA_MESSAGE_SHAPE::TWO_TEXTS;
+    const std::unique_ptr<MSG_BASE> message(
+        is_error ? new_error(refusal.message, {refusal.value, refusal.directory})
+                 : new_warning(refusal.message, {refusal.value}));
+    message->post();
 }
