@@ -3,7 +3,7 @@
 # doesn't export one of them.
 set -eu
 classes='HELPER MGR QSPI_MGR SDMMC_MGR FLASH QSPI_FLASH SDMMC_FLASH
-         OPERATION QSPI_OPERATION ACTION QSPI_ACTION'
+         OPERATION QSPI_OPERATION ACTION QSPI_ACTION TEXT USER_FLASH_TEMPLATE'
 symbols=$(nm -D --defined-only --demangle "$1" | cut -d ' ' -f 3-)
 
 any=$(echo $classes | tr ' ' '|')
