@@ -270,6 +270,27 @@ TEST_F(StoreEditTest, DefinitionsTakenOutByOthersAreForgotten) {
     EXPECT_FALSE(mgr.delete_template("U"));
 }
 
+// A record has one owner and one name, whatever it was called when it was stored.
+TEST_F(StoreEditTest, ARecordThatIsRenamedIsStoredUnderItsNewNameOnly) {
+    for (const char* new_name : {"NEW", "C"}) {
+        SCOPED_TRACE(new_name);
+        ZORVA_QSPI_MGR mgr;
+        ZORVA_FLASH* record = new_record(mgr, "OLD");
+        ASSERT_TRUE(mgr.update_db(record, m_custom_dir));
+        record->set_name(new_name);
+        ASSERT_TRUE(mgr.update_db(record, m_custom_dir));
+        EXPECT_EQ(mgr.get_flash(new_name, true), record);
+        EXPECT_EQ(mgr.get_flash("OLD", true), nullptr) << "its file comes with the next load";
+        EXPECT_TRUE(loaded().contains("device OLD"));
+        EXPECT_TRUE(mgr.delete_db("OLD", m_custom_dir));
+        EXPECT_FALSE(loaded().contains("device OLD"));
+        EXPECT_EQ(mgr.get_flash(new_name, true), record);
+        EXPECT_EQ(mgr.get_flash_with_id(0x77, 0xFF), record);
+        EXPECT_TRUE(mgr.delete_db(new_name, m_custom_dir));
+        EXPECT_EQ(mgr.get_flash(new_name, true), nullptr);
+    }
+}
+
 // However the old definition spells its name.
 TEST_F(StoreEditTest, TheOldDefinitionIsFound) {
     const char* const spellings[] = {"O&#76;D", "O<!-- -->LD", "<![CDATA[O]]>LD", "OL<?pi?>D"};

@@ -111,6 +111,10 @@ void ZORVA_MGR::take_over(ZORVA_FLASH* flash, const std::string& db_dir) {
         m_loose_flashes.erase(loose);
     }
     const std::string name = flash->get_name();
+    // A record that was renamed leaves the name that it was stored under: the definition of that
+    // name still stands in its file and can be deleted there; its record comes with the next load.
+    std::erase_if(m_flash_map,
+                  [&](const auto& entry) { return entry.second == flash && entry.first != name; });
     ZORVA_FLASH* displaced = std::exchange(m_flash_map[name], flash);
     flash_map_changed();
     if (!displaced || displaced == flash) return;
@@ -205,6 +209,7 @@ std::unique_ptr<ZORVA_FLASH> ZORVA_MGR::forget_device(const std::string& name,
     if (active == m_flash_db_active_dir_map.end() || active->second != file) return nullptr;
     m_flash_db_active_dir_map.erase(active);
     const auto record = m_flash_map.find(name);
+    if (record == m_flash_map.end()) return nullptr;
     std::unique_ptr<ZORVA_FLASH> flash(record->second);
     m_flash_map.erase(record);
     flash_map_changed();
