@@ -69,6 +69,55 @@ TEST_F(ActionTest, NumbersOutsideTheTablesAreACallersFault) {
     }
 }
 
+// Knows the .jic file by another word.
+struct other_jic_action : ZORVA_QSPI_ACTION {
+    using ZORVA_QSPI_ACTION::ZORVA_QSPI_ACTION;
+    bool property_value_is_jic_file(std::string value) override { return value == "disc"; }
+};
+
+TEST_F(ActionTest, ADerivedActionSaysWhatIsAJicFile) {
+    other_jic_action action(ZORVA_ACT_TYPE_READ_DATA);
+    for (const auto property :
+         {ZORVA_ACT_PROPERTY_RD_ADDRESS, ZORVA_ACT_PROPERTY_RD_DATA_LENGTH,
+          ZORVA_ACT_PROPERTY_RD_EXPECTED_DATA, ZORVA_ACT_PROPERTY_RD_EXPECTED_DATA_MASK}) {
+        EXPECT_TRUE(action.property_value_is_valid(property, "disc", nullptr)) << property;
+        EXPECT_FALSE(action.property_value_is_valid(property, "jic", nullptr)) << property;
+        EXPECT_TRUE(action.property_value_is_valid(property, "7", nullptr)) << property;
+    }
+    EXPECT_FALSE(action.property_value_is_valid(ZORVA_ACT_PROPERTY_RD_DELAY, "disc", nullptr));
+}
+
+struct typeless_action : ZORVA_ACTION {
+    std::string get_property_name(ZORVA_ACT_PROPERTY) override { return {}; }
+    std::string get_property_value(ZORVA_ACT_PROPERTY property) override {
+        const std::string* value = find_value(property);
+        return value ? *value : std::string();
+    }
+    dword get_property_value_in_dword(ZORVA_ACT_PROPERTY) override { return 0; }
+    unsigned char* get_property_value_in_byte_array(ZORVA_ACT_PROPERTY, dword*, bool*) override {
+        return nullptr;
+    }
+    std::vector<std::string> get_property_value_list(ZORVA_ACT_PROPERTY) override { return {}; }
+    void set_property_value(ZORVA_ACT_PROPERTY property, std::string value) override {
+        store_value(property, ZORVA_TEXT(value));
+    }
+    bool property_value_is_valid(ZORVA_ACT_PROPERTY, std::string, std::string*) override {
+        return true;
+    }
+    bool property_value_is_enable(ZORVA_ACT_PROPERTY) override { return true; }
+};
+
+TEST_F(ActionTest, AnActionOfNoTypeHasNoPropertiesAndHoldsAny) {
+    typeless_action action;
+    EXPECT_TRUE(action.get_property_enum_list().empty());
+    EXPECT_EQ(action.get_property_value(ZORVA_ACT_PROPERTY_WR_NAME), "");
+    action.set_property_value(ZORVA_ACT_PROPERTY_WR_NAME, "a");
+    action.set_property_value(ZORVA_ACT_PROPERTY_CU_DIRECTION, "b");
+    const typeless_action copy = action;
+    EXPECT_EQ(action.get_property_value(ZORVA_ACT_PROPERTY_WR_NAME), "a");
+    EXPECT_EQ(typeless_action(copy).get_property_value(ZORVA_ACT_PROPERTY_CU_DIRECTION), "b");
+}
+
 TEST_F(ActionTest, HoldsAnyTextForAnyPropertyAndCopiesAllOfIt) {
     ZORVA_QSPI_ACTION action(ZORVA_ACT_TYPE_CUSTOM);
     const std::vector<ZORVA_ACT_PROPERTY> own = action.get_property_enum_list();

@@ -86,6 +86,23 @@ TEST_F(ChecksTest, Texts) {
             expect_verdict_on(row.param, value, row.id, row.head + value + row.tail);
 }
 
+struct other_lists_mgr : ZORVA_QSPI_MGR {
+    const std::vector<std::string> get_device_io_voltage_list() override { return {"", "5V"}; }
+    const std::vector<std::string> get_device_density_list() override { return {"", "3Mb"}; }
+};
+
+TEST_F(ChecksTest, AManagersOwnListsCount) {
+    mgr = std::make_unique<other_lists_mgr>();
+    expect_verdict_on(ZORVA_FLASH_PARAM_DENSITY, std::string("3Mb"));
+    expect_verdict_on(ZORVA_FLASH_PARAM_IO_VOLTAGE, std::string("5V"));
+    for (const std::string text : {"", "1Mb", "1.8V"}) {
+        expect_verdict_on(ZORVA_FLASH_PARAM_DENSITY, text, 20478,
+                          "Device density '" + text + "' is invalid.");
+        expect_verdict_on(ZORVA_FLASH_PARAM_IO_VOLTAGE, text, 20476,
+                          "Device I/O voltage '" + text + "' is invalid.");
+    }
+}
+
 TEST_F(ChecksTest, Numbers) {
     constexpr dword largest = 4294967295;
     for (const dword value : {dword{1}, largest})

@@ -305,6 +305,10 @@ TEST_F(LoadTest, AShippedFileThatCantBeTakenIsAnInternalError) {
         {replaced(good, "0x06", "jic"), "status", "20486"},
         {replaced(replaced(good, "0x06", "jic"), "128Mb", "3Mb"), "status", "20486 20478"},
         {document(golden_template() + devices("S|S")), "status", "20482"},
+        {without(replaced(good, "0x06", "jic"), "WINBOND"),
+         "template_list.at(0)" + count_of("WINBOND"), "20486"},
+        {replaced(good, "<DEVICE_ID>", "<NAME/><DEVICE_ID>"),
+         R"(Element "DEVICE_INFO" does not support child element "NAME")"},
     };
     for (const row& row : rows) {
         SCOPED_TRACE(row.text);

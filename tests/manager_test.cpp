@@ -1,6 +1,7 @@
 // The QSPI manager: look-ups, placeholders of legacy devices, lists and permissions.
 #include "tests/test_support.h"
 
+#include <functional>
 #include <memory>
 
 namespace {
@@ -47,6 +48,33 @@ TEST_F(ManagerTest, AskingForAnUnknownFamilyMakesAnEntry) {
     EXPECT_TRUE(
         mgr->get_new_config_device_list(family(0), PGMIO_CONFIG_SCHEME_QSPI, false).empty());
     EXPECT_EQ(mgr->get_device_family_list().at(0), family(0));
+}
+
+// A look-up by name asks the legacy list first, and so for the active family, the one that a
+// manager starts with too.
+TEST_F(ManagerTest, ALookUpMakesAnEntryForTheActiveFamily) {
+    struct row {
+        const char* what;
+        bool has_legacy;
+        std::function<void(ZORVA_MGR&)> call;
+        bool made;
+    };
+    const row rows[] = {
+        {"filtered", true, [](ZORVA_MGR& mgr) { mgr.device_is_legacy("X", false); }, true},
+        {"in the database", true, [](ZORVA_MGR& mgr) { mgr.device_exist_in_db("X", false); }, true},
+        {"record", true, [](ZORVA_MGR& mgr) { mgr.get_flash("X", false); }, true},
+        {"unfiltered", true, [](ZORVA_MGR& mgr) { mgr.get_flash("X", true); }, false},
+        {"no name", true, [](ZORVA_MGR& mgr) { mgr.device_is_legacy("", false); }, false},
+        {"no legacy devices", false, [](ZORVA_MGR& mgr) { mgr.get_flash("X", false); }, false},
+    };
+    pgm_host::set_device_table({});
+    for (const row& row : rows) {
+        SCOPED_TRACE(row.what);
+        if (!row.has_legacy) pgm_host::set_flash_table({});
+        const auto mgr = load();
+        row.call(*mgr);
+        EXPECT_EQ(joined(mgr->get_device_family_list()), row.made ? "73" : "");
+    }
 }
 
 TEST_F(ManagerTest, LookUpsByNameKeepToTheActiveFamily) {

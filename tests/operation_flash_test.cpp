@@ -35,6 +35,9 @@ TEST_F(OperationTest, EachTypeHasItsNameAndDescription) {
         EXPECT_EQ(description.size(), rows[i].description_bytes);
         EXPECT_NE(description.find(rows[i].description_part), std::string::npos) << description;
     }
+    for (const int type : {-1, 5, 9})
+        EXPECT_EQ(internal_error_of([&] { ZORVA_QSPI_OPERATION{number<ZORVA_OP_TYPE>(type)}; }),
+                  "Unknown operation type");
 }
 
 TEST_F(OperationTest, ACopySharesNothingWithItsSource) {

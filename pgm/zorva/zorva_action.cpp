@@ -29,6 +29,7 @@ std::string ZORVA_ACTION::get_name() const { return m_name.get(); }
 void ZORVA_ACTION::set_name(std::string name) { m_name = ZORVA_TEXT(name); }
 
 std::vector<ZORVA_ACT_PROPERTY> ZORVA_ACTION::get_property_enum_list() const {
+    if (m_act_type == no_type) return {};
     const ZORVA_ACTION_TYPE_ROW& type = zorva_action_type(m_act_type);
     std::vector<ZORVA_ACT_PROPERTY> properties;
     properties.reserve(static_cast<std::size_t>(type.count));
@@ -39,10 +40,16 @@ std::vector<ZORVA_ACT_PROPERTY> ZORVA_ACTION::get_property_enum_list() const {
 
 bool ZORVA_ACTION::property_value_is_jic_file(std::string value) { return zorva_is_jic(value); }
 
-const std::string* ZORVA_ACTION::find_value(ZORVA_ACT_PROPERTY property) const {
+std::optional<std::size_t> ZORVA_ACTION::place_of(ZORVA_ACT_PROPERTY property) const {
+    if (m_act_type == no_type) return {};
     const ZORVA_ACTION_TYPE_ROW& type = zorva_action_type(m_act_type);
     const int place = property - type.first;
-    if (place >= 0 && place < type.count) return &m_values[static_cast<std::size_t>(place)].get();
+    if (place < 0 || place >= type.count) return {};
+    return static_cast<std::size_t>(place);
+}
+
+const std::string* ZORVA_ACTION::find_value(ZORVA_ACT_PROPERTY property) const {
+    if (const auto place = place_of(property)) return &m_values[*place].get();
     if (!m_foreign_values) return nullptr;
     const auto found =
         std::ranges::find(*m_foreign_values, property, &FOREIGN_VALUES::value_type::first);
@@ -50,10 +57,8 @@ const std::string* ZORVA_ACTION::find_value(ZORVA_ACT_PROPERTY property) const {
 }
 
 void ZORVA_ACTION::store_value(ZORVA_ACT_PROPERTY property, ZORVA_TEXT value) {
-    const ZORVA_ACTION_TYPE_ROW& type = zorva_action_type(m_act_type);
-    const int place = property - type.first;
-    if (place >= 0 && place < type.count) {
-        m_values[static_cast<std::size_t>(place)] = value;
+    if (const auto place = place_of(property)) {
+        m_values[*place] = value;
         return;
     }
     if (!m_foreign_values) m_foreign_values = std::make_unique<FOREIGN_VALUES>();

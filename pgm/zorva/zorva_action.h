@@ -5,7 +5,9 @@
 #include "services/types.h"
 
 #include <array>
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -67,6 +69,7 @@ enum ZORVA_ACT_PROPERTY : int {
 // bytes when somebody asks. An action never changes its type.
 class ZORVA_ACTION {
   public:
+    // Of no type: it has no properties, and holds what is set of any.
     ZORVA_ACTION() = default;
     ZORVA_ACTION(const ZORVA_ACTION& other);
     ZORVA_ACTION& operator=(const ZORVA_ACTION& other);
@@ -105,6 +108,8 @@ class ZORVA_ACTION {
     std::vector<ZORVA_ACT_PROPERTY> get_property_enum_list() const;
 
   protected:
+    static constexpr auto no_type = static_cast<ZORVA_ACT_TYPE>(-1);
+
     explicit ZORVA_ACTION(ZORVA_ACT_TYPE type) : m_act_type(type) {}
 
     // The stored text, null where nothing was set.
@@ -112,11 +117,14 @@ class ZORVA_ACTION {
     void store_value(ZORVA_ACT_PROPERTY property, ZORVA_TEXT value);
 
     ZORVA_TEXT m_name;
-    ZORVA_ACT_TYPE m_act_type = ZORVA_ACT_TYPE_WRITE_REGISTER;
+    ZORVA_ACT_TYPE m_act_type = no_type;
 
   private:
     static constexpr std::size_t most_properties = 10;
     using FOREIGN_VALUES = std::vector<std::pair<ZORVA_ACT_PROPERTY, ZORVA_TEXT>>;
+
+    // The place of a property among those of the action's type; nothing for another type's.
+    std::optional<std::size_t> place_of(ZORVA_ACT_PROPERTY property) const;
 
     // By the property's place in its type.
     std::array<ZORVA_TEXT, most_properties> m_values;

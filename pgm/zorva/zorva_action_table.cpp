@@ -285,9 +285,9 @@ bool zorva_is_jic(std::string_view value) {
     return value.find("jic") != value.npos || value.find("JIC") != value.npos;
 }
 
-bool zorva_keeps_rule(const ZORVA_PROPERTY_RULE& rule, std::string_view value) {
+bool zorva_keeps_rule(const ZORVA_PROPERTY_RULE& rule, std::string_view value, bool is_jic) {
     if (rule.empty_passes && value.empty()) return true;
-    if (rule.jic_passes && zorva_is_jic(value)) return true;
+    if (rule.jic_passes && is_jic) return true;
     switch (rule.form) {
         case NAME:
             return is_name(value);
@@ -317,14 +317,21 @@ bool zorva_is_good(ZORVA_ACT_PROPERTY property, ZORVA_TEXT value) {
     const std::uint32_t bit = 1U << kind;
     if (!(verdict.known & bit)) {
         verdict.known |= bit;
-        if (zorva_keeps_rule(kind_table[kind].is.rule, value.get())) verdict.good |= bit;
+        const std::string& text = value.get();
+        if (zorva_keeps_rule(kind_table[kind].is.rule, text, zorva_is_jic(text)))
+            verdict.good |= bit;
     }
     return (verdict.good & bit) != 0;
 }
 
 std::optional<ZORVA_REFUSAL> zorva_judge_property(ZORVA_ACT_PROPERTY property,
                                                   std::string_view value) {
+    return zorva_judge_property(property, value, zorva_is_jic(value));
+}
+
+std::optional<ZORVA_REFUSAL> zorva_judge_property(ZORVA_ACT_PROPERTY property,
+                                                  std::string_view value, bool is_jic) {
     const ZORVA_PROPERTY_KIND& kind = zorva_property_kind(property);
-    if (zorva_keeps_rule(kind.rule, value)) return {};
+    if (zorva_keeps_rule(kind.rule, value, is_jic)) return {};
     return ZORVA_REFUSAL{kind.message, std::string(value), {}};
 }

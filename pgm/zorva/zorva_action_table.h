@@ -59,10 +59,13 @@ const ZORVA_ACTION_TYPE_ROW& zorva_action_type_of_keyword(PGM_COMMON_XML_ENUM ke
 
 // True if the text says that the value comes from the .jic file.
 bool zorva_is_jic(std::string_view value);
-// True if the value keeps the rule. Posts nothing.
-bool zorva_keeps_rule(const ZORVA_PROPERTY_RULE& rule, std::string_view value);
+// True if the value keeps the rule; `is_jic` tells whether it comes from the .jic file.
+bool zorva_keeps_rule(const ZORVA_PROPERTY_RULE& rule, std::string_view value, bool is_jic);
 // The same for a property, remembered: flows repeat the same few values in thousands of actions.
 bool zorva_is_good(ZORVA_ACT_PROPERTY property, ZORVA_TEXT value);
 // What is wrong with a value for a property; nothing if it is good.
 std::optional<ZORVA_REFUSAL> zorva_judge_property(ZORVA_ACT_PROPERTY property,
                                                   std::string_view value);
+// The same where somebody else has said whether the value comes from the .jic file.
+std::optional<ZORVA_REFUSAL> zorva_judge_property(ZORVA_ACT_PROPERTY property,
+                                                  std::string_view value, bool is_jic);

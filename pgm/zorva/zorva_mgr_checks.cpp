@@ -4,6 +4,8 @@
 #include "pgm/zorva/zorva_operation_table.h"
 #include "pgm/zorva/zorva_report.h"
 
+#include <algorithm>
+
 bool ZORVA_MGR::is_valid_name(std::string& name) {
     constexpr const char* allowed =
         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
@@ -29,12 +31,27 @@ bool ZORVA_MGR::device_name_is_valid(std::string name, std::string* err_msg) {
     return zorva_passes(judge_device_name(name), err_msg);
 }
 
+namespace {
+
+std::optional<ZORVA_REFUSAL> judge_offered(const std::string& value,
+                                           const std::vector<std::string>& offered,
+                                           ZORVA_MESSAGE message) {
+    const bool is_offered = !value.empty() && std::ranges::find(offered, value) != offered.end();
+    return is_offered ? std::nullopt : std::optional(ZORVA_REFUSAL{message, value, {}});
+}
+
+}  // namespace
+
 bool ZORVA_MGR::device_density_is_valid(std::string density, std::string* err_msg) {
-    return zorva_passes(zorva_judge_density(m_interface, density), err_msg);
+    return zorva_passes(
+        judge_offered(density, get_device_density_list(), ZORVA_MESSAGE::INVALID_DEVICE_DENSITY),
+        err_msg);
 }
 
 bool ZORVA_MGR::device_io_voltage_is_valid(std::string voltage, std::string* err_msg) {
-    return zorva_passes(zorva_judge_io_voltage(m_interface, voltage), err_msg);
+    return zorva_passes(
+        judge_offered(voltage, get_device_io_voltage_list(), ZORVA_MESSAGE::INVALID_IO_VOLTAGE),
+        err_msg);
 }
 
 bool ZORVA_MGR::device_io_voltage_is_compatible(std::string voltage, std::string* err_msg) {

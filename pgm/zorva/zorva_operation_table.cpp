@@ -1,5 +1,7 @@
 #include "pgm/zorva/zorva_operation_table.h"
 
+#include "pgm/zorva/zorva_report.h"
+
 #include <algorithm>
 
 namespace {
@@ -50,6 +52,12 @@ static_assert(std::size(operation_table) == 5 && std::size(golden_vendor_table) 
 
 std::span<const ZORVA_OPERATION_ROW> zorva_operations() { return operation_table; }
 std::span<const ZORVA_GOLDEN_VENDOR_ROW> zorva_golden_vendors() { return golden_vendor_table; }
+
+const ZORVA_OPERATION_ROW& zorva_operation(ZORVA_OP_TYPE type) {
+    const auto row = std::ranges::find(operation_table, type, &ZORVA_OPERATION_ROW::type);
+    if (row == std::end(operation_table)) ZORVA_FAIL("Unknown operation type");
+    return *row;
+}
 
 bool zorva_is_golden_vendor(std::string_view name) {
     return std::ranges::any_of(golden_vendor_table,

@@ -24,5 +24,8 @@ struct ZORVA_GOLDEN_VENDOR_ROW {
 std::span<const ZORVA_OPERATION_ROW> zorva_operations();
 std::span<const ZORVA_GOLDEN_VENDOR_ROW> zorva_golden_vendors();
 
+// One of them; any other number is an internal error.
+const ZORVA_OPERATION_ROW& zorva_operation(ZORVA_OP_TYPE type);
+
 // True for the five names, case included.
 bool zorva_is_golden_vendor(std::string_view name);

@@ -55,7 +55,10 @@ void ZORVA_QSPI_ACTION::set_property_value(ZORVA_ACT_PROPERTY property, std::str
 
 bool ZORVA_QSPI_ACTION::property_value_is_valid(ZORVA_ACT_PROPERTY property, std::string value,
                                                 std::string* err_msg) {
-    const std::optional<ZORVA_REFUSAL> refusal = zorva_judge_property(property, value);
+    // A derived action may know the .jic file by other words.
+    const bool is_jic =
+        zorva_property_kind(property).rule.jic_passes && property_value_is_jic_file(value);
+    const std::optional<ZORVA_REFUSAL> refusal = zorva_judge_property(property, value, is_jic);
     if (!refusal) return true;
     zorva_post(*refusal);
     if (err_msg) *err_msg = zorva_sentence(*refusal);

@@ -42,15 +42,19 @@ bool ZORVA_QSPI_MGR::create_flash_info_with_golden_template(const PGM_COMMON_XML
                                                             const std::string& xml_file) {
     const PGM_COMMON_XML_ELEMENT& templates =
         zorva_only_child(object, PGM_COMMON_XML_ENUM_GOLDEN_TEMPLATE, "object");
-    std::vector<ZORVA_REFUSAL> refusals;
-    for (const ZORVA_GOLDEN_VENDOR_ROW& vendor : zorva_golden_vendors())
+    bool flows_taken = true;
+    for (const ZORVA_GOLDEN_VENDOR_ROW& vendor : zorva_golden_vendors()) {
+        std::vector<ZORVA_REFUSAL> refusals;
         m_golden_templates[static_cast<std::size_t>(vendor.number)] = m_interface.read_flows(
             zorva_only_child(templates, vendor.tag, "template_list.at(0)"), refusals);
-    for (const ZORVA_REFUSAL& refusal : refusals) zorva_post(refusal);
+        // At once: a vendor that is missing further on ends the load.
+        for (const ZORVA_REFUSAL& refusal : refusals) zorva_post(refusal);
+        flows_taken = flows_taken && refusals.empty();
+    }
     // The shipped devices are read even so, to tell all that is wrong with the file.
     const bool devices_taken =
         update_flash_list(object, xml_file, m_flash_db_kestrin_dir_map, false);
-    return devices_taken && refusals.empty();
+    return devices_taken && flows_taken;
 }
 
 ZORVA_MGR* ZORVA_QSPI_MGR::get_new_instance() { return new ZORVA_QSPI_MGR; }

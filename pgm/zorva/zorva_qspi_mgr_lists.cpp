@@ -114,6 +114,9 @@ bool ZORVA_QSPI_MGR::legacy_config_device_suits(const std::string& device_name,
 
 bool ZORVA_QSPI_MGR::is_legacy_config_device(const std::string& device_name, DEV_FAMILY_ENUM family,
                                              PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering) {
+    // The list would ask for the family at each device, so the family has an entry from then on.
+    const bool is_filtering = !skip_filtering && !m_skip_device_filtering;
+    if (is_filtering && !m_legacy_flash_map.empty()) family_info(family);
     const auto found = m_legacy_flash_map.find(device_name);
     return found != m_legacy_flash_map.end() &&
            legacy_config_device_suits(device_name, found->second, family, config_mode,

@@ -5,7 +5,7 @@
 #include "pgm/zorva/zorva_report.h"
 
 ZORVA_QSPI_OPERATION::ZORVA_QSPI_OPERATION(ZORVA_OP_TYPE op) {
-    const ZORVA_OPERATION_ROW& row = zorva_operations()[static_cast<std::size_t>(op)];
+    const ZORVA_OPERATION_ROW& row = zorva_operation(op);
     m_op_type = op;
     m_name = ZORVA_TEXT(row.name);
     m_description = ZORVA_TEXT(row.description);

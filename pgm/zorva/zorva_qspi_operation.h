@@ -5,7 +5,8 @@
 
 class ZORVA_QSPI_OPERATION : public ZORVA_OPERATION {
   public:
-    // Name and description of the type, no actions. `op` must lie in 0 to 4.
+    // Name and description of the type, no actions. A type outside 0 to 4 is an
+    // internal error.
     explicit ZORVA_QSPI_OPERATION(ZORVA_OP_TYPE op);
     // A deep copy: the actions too.
     ZORVA_QSPI_OPERATION(const ZORVA_QSPI_OPERATION& other);
