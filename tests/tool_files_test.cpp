@@ -273,7 +273,9 @@ TEST_F(ToolTest, RefusesACustomDirectoryThatItCouldNotKeep) {
         EXPECT_TRUE(contains(answer.err, sentence)) << answer.err;
         EXPECT_EQ(zorva("config get custom-dir").out, m_custom_dir + "\n");
     }
-    EXPECT_EQ(zorva({"list", "--custom-dir", backslash}).code, 3);
+    const tool_answer list = zorva({"list", "--custom-dir", backslash});
+    EXPECT_EQ(list.code, 3);
+    EXPECT_TRUE(contains(list.err, "slash. It was chosen by option --custom-dir.")) << list.err;
     EXPECT_EQ(zorva("config unset custom-dir").out, "\n");
     EXPECT_EQ(zorva("config unset custom-dirs").code, 1);
     EXPECT_FALSE(contains(zorva("config").out, m_root));

@@ -24,7 +24,8 @@ std::string environment(const char* name) {
 custom_directory chosen(const std::string& directory, const char* chosen_by) {
     const std::string path = absolute_directory(directory);
     const std::string reason = reason_against(path);
-    if (!reason.empty()) throw failure(exit_file, reason);
+    if (!reason.empty())
+        throw failure(exit_file, fmt::format("{} It was chosen by {}.", reason, chosen_by));
     return {path, chosen_by, false};
 }
 
