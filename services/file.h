@@ -1,10 +1,18 @@
 // The file service: paths, directory walks and the calls that touch a disk.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
+#include <memory>
+#include <set>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
+
+namespace pgm_host {
+struct directory_lock;
+}
 
 // A directory (it ends in a slash) or a full file path, with slashes normalised: backslashes and
 // doubled slashes become one slash. Nothing is made absolute and no link is resolved.
@@ -34,14 +42,17 @@ class FIO_FIND {
     // The name without its directory; empty at the end, and for a directory that is missing.
     std::string find_first();
     std::string find_next();
-    // True if the directory is there and couldn't be listed, so that no name means nothing.
-    bool failed() const { return m_failed; }
+    // Why the directory, which is there, couldn't be listed, so that no name means nothing; no
+    // error if it could.
+    std::error_code error() const { return m_error; }
+    // What fits the mask and is no regular file, so that the walk passes it over.
+    std::vector<std::string> passed_over() const;
 
   private:
     std::string m_pattern;
     std::vector<std::string> m_names;
     std::size_t m_next = 0;
-    bool m_failed = false;
+    std::error_code m_error;
 };
 
 // The calls that touch a disk; they go through the host's file_system (services/host.h).
@@ -63,21 +74,40 @@ class FIO_FILE_SYSTEM {
     static bool flush_directory(const std::string& directory);
     // True if both paths lead to one existing file, by device and inode.
     static bool same_file(const std::string& a, const std::string& b);
+    // The permission bits of a file; -1 if it isn't there.
+    static int mode(const std::string& path);
+    // The file that a link leads to; the path itself where it is no link, empty for a link that
+    // leads nowhere.
+    static std::string follow(const std::string& path);
+    // Whether this process may make and remove files in a directory.
+    static bool may_change(const std::string& directory);
+    // Why the last of these calls failed.
+    static std::error_code error();
 };
 
-// An exclusive lock among processes on a directory, let go at the end of the object's life. It
-// leaves nothing in the directory, and ends with the process.
+// A lock among processes on a directory, let go at the end of the object's life. It leaves nothing
+// in the directory, and ends with the process. Readers share it, who changes files has it alone.
 class FIO_DIRECTORY_LOCK {
   public:
-    // With `wait`, returns when the lock is free; without, or if the directory can't be opened,
-    // held() tells.
+    enum KIND { SHARED, EXCLUSIVE };
+    // As long as the changes of others may take; who holds the lock longer has got stuck.
+    static constexpr std::chrono::seconds longest_change{60};
+    // Waits that long for the lock; held() tells whether it came. A process that has a lock
+    // already doesn't wait for another, and gets none for changes: it would wait for itself.
+    FIO_DIRECTORY_LOCK(const std::string& directory, KIND kind, std::chrono::milliseconds wait);
+    // The same for several at once: all or none.
+    FIO_DIRECTORY_LOCK(std::set<std::string> directories, KIND kind,
+                       std::chrono::milliseconds wait);
+    // Exclusive: with `wait` for as long as the changes of others may take, without not at all.
     FIO_DIRECTORY_LOCK(const std::string& directory, bool wait);
     ~FIO_DIRECTORY_LOCK();
     FIO_DIRECTORY_LOCK(const FIO_DIRECTORY_LOCK&) = delete;
     FIO_DIRECTORY_LOCK& operator=(const FIO_DIRECTORY_LOCK&) = delete;
-    bool held() const { return m_held; }
+    bool held() const { return !m_locks.empty(); }
+    // True if this process holds a lock on any directory: then it is in the midst of a load or of
+    // a change.
+    static bool any_is_held();
 
   private:
-    int m_descriptor;
-    bool m_held = false;
+    std::vector<std::unique_ptr<pgm_host::directory_lock>> m_locks;
 };

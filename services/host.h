@@ -6,10 +6,13 @@
 #include "services/message.h"
 #include "services/pgmdev.h"
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace pgm_host {
@@ -30,8 +33,16 @@ using trace_sink = std::function<void(const char* module, int level, const std::
 // Called with (text, module, file, line). If it returns, the process aborts; it may throw.
 using internal_error_handler = std::function<void(const char*, const char*, const char*, int)>;
 
-// What the file service and the XML framework do to a disk. The class itself is the disk;
-// a test derives from it and overrides the calls that it wants to watch or to fail.
+enum class lock_kind { shared, exclusive };
+
+// A lock that is let go at the end of its life.
+struct directory_lock {
+    virtual ~directory_lock() = default;
+};
+
+// What the file service and the XML framework do to a disk. The class itself is the disk; a test
+// derives from it and overrides the calls that it wants to watch or to fail, a host that keeps its
+// files elsewhere overrides them all.
 struct file_system {
     static constexpr std::size_t largest_file = 64 << 20;
     virtual ~file_system() = default;
@@ -40,13 +51,30 @@ struct file_system {
     virtual bool chmod(const std::string& path, int mode);
     virtual bool remove(const std::string& path);
     virtual bool rename(const std::string& from, const std::string& to);
-    // A regular file of at most `largest_file` bytes; after false, errno tells why.
+    // A regular file of at most `largest_file` bytes.
     virtual bool read(const std::string& path, std::string& bytes);
     virtual bool write(const std::string& path, std::string_view bytes);  // whole, flushed
     virtual bool flush_directory(const std::string& directory);
     virtual bool make_directory(const std::string& directory);  // and those above it
-    // Names of the regular files, in byte order; after none, errno is 0 or tells why.
+    // Names of the regular files, in byte order; none, and an error, if they can't be listed.
     virtual std::vector<std::string> list(const std::string& directory);
+    // Names of what else is there, in byte order: directories, FIFOs, sockets, links to nowhere.
+    virtual std::vector<std::string> list_others(const std::string& directory);
+    // The permission bits of a file; -1 if it isn't there.
+    virtual int mode(const std::string& path);
+    // The file that a link leads to, over all links; the path itself where it is no link. Empty
+    // for a link that leads nowhere.
+    virtual std::string follow(const std::string& path);
+    virtual bool same_file(const std::string& a, const std::string& b);
+    // Whether this process may make and remove files there.
+    virtual bool may_change(const std::string& directory);
+    // Locks a directory among processes; null if that fails, or the lock isn't free within `wait`.
+    virtual std::unique_ptr<directory_lock> lock(const std::string& directory, lock_kind kind,
+                                                 std::chrono::milliseconds wait);
+
+    // Why the last call failed; a call that fails sets it. The file service clears it before each
+    // call, and takes a failure that leaves it clear for an error of input or output.
+    std::error_code error;
 };
 
 // An empty function brings the default back.

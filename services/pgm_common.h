@@ -67,6 +67,9 @@ class PGM_COMMON_XML {
                             std::string& first_text, std::string& second_text);
     static void* parse_bytes(PGM_COMMON_XML_FILE_ENUM kind, std::string_view bytes,
                              std::string name);
+    // Both in one pass: null where one of the texts isn't empty.
+    static void* read_bytes(std::string_view bytes, std::string name, std::string xsd_file,
+                            std::string& first_text, std::string& second_text);
 
     // The name of the root element, whatever follows its start tag and whatever the encoding; empty
     // where none can be found. A DOCTYPE ends the search.

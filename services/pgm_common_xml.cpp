@@ -1,3 +1,4 @@
+#include "services/file.h"
 #include "services/host_state.h"
 #include "services/pgm_common.h"
 #include "services/xml_reader.h"
@@ -5,13 +6,9 @@
 #include "services/xml_text.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <map>
-#include <system_error>
 #include <utility>
 #include <vector>
-
-using pgm_host::disk;
 
 namespace {
 
@@ -48,10 +45,9 @@ kept_document& kept() {
 }
 
 bool read_file(const std::string& file, std::string& bytes, std::string& error) {
-    errno = 0;
-    if (disk().read(file, bytes)) return true;
-    const std::string reason = errno == 0 ? "" : ": " + std::generic_category().message(errno);
-    error = xml_reason(file, 1, "The file can't be read" + reason + ".");
+    if (FIO_FILE_SYSTEM::read(file, bytes)) return true;
+    error =
+        xml_reason(file, 1, "The file can't be read: " + FIO_FILE_SYSTEM::error().message() + ".");
     return false;
 }
 
@@ -69,7 +65,8 @@ const XML_SCHEMA* schema_of(PGM_COMMON_XML_FILE_ENUM kind, const std::string& xs
 }
 
 XML_OUTCOME check(const PGM_COMMON_XML_DOCUMENT* document, std::string_view bytes,
-                  const std::string& name, const std::string& xsd_file) {
+                  const std::string& name, const std::string& xsd_file,
+                  bool keep_comments = false) {
     XML_OUTCOME outcome;
     if (document == nullptr) {
         outcome.first_text = xml_reason(xsd_file, 1, "No document has a schema of this name.");
@@ -78,7 +75,7 @@ XML_OUTCOME check(const PGM_COMMON_XML_DOCUMENT* document, std::string_view byte
     const XML_SCHEMA* schema = schema_of(document->kind, xsd_file, outcome.first_text);
     if (schema == nullptr) return outcome;
     return read_xml_document(*document, bytes, name, schema,
-                             {.is_shipped = false, .keep_comments = false});
+                             {.is_shipped = false, .keep_comments = keep_comments});
 }
 
 XML_OUTCOME parse_file(PGM_COMMON_XML_FILE_ENUM kind, const std::string& xml_file,
@@ -183,4 +180,13 @@ void* PGM_COMMON_XML::parse_bytes(PGM_COMMON_XML_FILE_ENUM kind, std::string_vie
         outcome.first_text = xml_reason(name, 1, "The kind of document is not known.");
     }
     return hand_over(std::move(outcome));
+}
+
+void* PGM_COMMON_XML::read_bytes(std::string_view bytes, std::string name, std::string xsd_file,
+                                 std::string& first_text, std::string& second_text) {
+    pgm_host::drop_kept_document();
+    XML_OUTCOME outcome = check(document_of_schema(xsd_file), bytes, name, xsd_file, true);
+    first_text = std::move(outcome.first_text);
+    second_text = std::move(outcome.second_text);
+    return outcome.root.release();
 }

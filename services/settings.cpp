@@ -7,13 +7,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 using pgm_host::disk;
@@ -59,8 +57,8 @@ struct read_file {
 };
 
 // Why bytes can't be a settings file at all; empty if they can.
-std::string damage_of(const std::optional<std::string>& bytes, int error) {
-    if (!bytes) return "can't be read: " + std::generic_category().message(error);
+std::string damage_of(const std::optional<std::string>& bytes, const std::error_code& error) {
+    if (!bytes) return "can't be read: " + error.message();
     if (bytes->size() > largest_file) return "is larger than 1 MiB";
     if (bytes->find('\0') != std::string::npos) return "is not a text";
     return {};
@@ -80,7 +78,8 @@ void find_faults(read_file& file) {
     }
 }
 
-read_file parsed(const std::string& name, std::optional<std::string> bytes, int error) {
+read_file parsed(const std::string& name, std::optional<std::string> bytes,
+                 const std::error_code& error) {
     read_file file{name, std::move(bytes), {}, {}};
     const std::string damage = damage_of(file.bytes, error);
     if (damage.empty()) {
@@ -97,8 +96,8 @@ read_file parsed(const std::string& name, std::optional<std::string> bytes, int 
 
 std::optional<std::string> read_bytes(const std::string& file) {
     std::string bytes;
-    errno = 0;
-    if (file.empty() || !disk().exists(file) || disk().read(file, bytes)) return bytes;
+    if (file.empty() || !FIO_FILE_SYSTEM::exists(file) || FIO_FILE_SYSTEM::read(file, bytes))
+        return bytes;
     return std::nullopt;
 }
 
@@ -109,7 +108,7 @@ const read_file& settings() {
     static std::optional<read_file> latest;
     const std::string now_name = pgm_host::user_ini_file();
     std::optional<std::string> now_bytes = read_bytes(now_name);
-    const int error = errno;
+    const std::error_code error = FIO_FILE_SYSTEM::error();
     if (!latest || name != now_name || bytes != now_bytes) {
         latest = parsed(now_name, now_bytes, error);
         name = now_name;
@@ -131,26 +130,17 @@ struct change {
     std::optional<std::string> value;
 };
 
-// Waits a few seconds for other processes that store settings.
-bool take_lock(std::optional<FIO_DIRECTORY_LOCK>& lock, const std::string& directory) {
-    using namespace std::chrono_literals;
-    const auto end = std::chrono::steady_clock::now() + 5s;
-    do {
-        lock.emplace(directory, false);
-        if (lock->held()) return true;
-        std::this_thread::sleep_for(10ms);
-    } while (std::chrono::steady_clock::now() < end);
-    return false;
-}
-
 bool store_in(const std::string& name, const std::vector<change>& changes) {
     if (name.empty()) return false;
     const std::string parent = std::filesystem::path(name).parent_path();
     const std::string directory = parent.empty() ? "." : parent;
-    std::optional<FIO_DIRECTORY_LOCK> lock;
-    if (!disk().make_directory(directory) || !take_lock(lock, directory)) return false;
+    if (!disk().make_directory(directory)) return false;
+    // Other processes store settings, too, one after the other.
+    constexpr std::chrono::seconds longest_wait{5};
+    const FIO_DIRECTORY_LOCK lock(directory, FIO_DIRECTORY_LOCK::EXCLUSIVE, longest_wait);
+    if (!lock.held()) return false;
     std::optional<std::string> bytes = read_bytes(name);
-    const int error = errno;
+    const std::error_code error = FIO_FILE_SYSTEM::error();
     read_file file = parsed(name, std::move(bytes), error);
     if (!file.bytes) return false;
     for (const change& each : changes)

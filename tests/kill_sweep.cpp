@@ -32,6 +32,7 @@ class kill_sweep : public StoreTest {
     int m_points = 0;
     int m_lost = 0;
     std::string m_name;  // of the change under way
+    bool m_is_all_or_none = false;
     texts m_before;
     texts m_after;
     std::set<texts> m_judged;  // what processes have left and a load has been held against
@@ -40,6 +41,7 @@ class kill_sweep : public StoreTest {
 void kill_sweep::sweep(const change_case& row) {
     const job change = [&](ZORVA_MGR& mgr) { return row.change(mgr, m_custom_dir); };
     m_name = row.name;
+    m_is_all_or_none = row.all_or_none;
     m_judged.clear();
     put_files(m_custom_dir, row.files);
     m_before = loaded();
@@ -93,7 +95,9 @@ void kill_sweep::end_once(const texts& files, const std::function<bool()>& each,
 void kill_sweep::judge(const std::string& place, bool is_load) {
     const texts left = files_in(m_custom_dir);
     forget();
-    names faults = neither_of(loaded(), m_before, m_after);
+    const texts now = loaded();
+    names faults = neither_of(now, m_before, m_after);
+    if (m_is_all_or_none && now != m_before && now != m_after) faults.emplace_back("only some");
     for (const pgm_host::message& message : m_messages) faults.push_back(message.text);
     for (const auto& [name, bytes] : files_in(m_custom_dir))
         if (name.starts_with('.')) faults.push_back(name + " left behind");

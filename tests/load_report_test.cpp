@@ -1,13 +1,16 @@
 // What a manager reports of its load, and what judging files alone reports.
 #include "tests/test_support.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <filesystem>
 
 namespace {
 
 // A report as text, a line a file and a line a definition: what the rows below are compared with.
 std::string told(const ZORVA_LOAD_REPORT& report, const std::string& root) {
-    const char* const file_states[] = {"read", "read in part", "skipped"};
+    const char* const file_states[] = {"read", "read in part", "skipped", "passed over"};
     const char* const states[] = {"in force", "hidden", "refused", "not read"};
     const auto relative = [&](const std::string& path) {
         return path.starts_with(root) ? path.substr(root.size()) : path;
@@ -101,6 +104,36 @@ TEST_F(LoadReportTest, TellsOfEachFileAndEachDefinition) {
     EXPECT_EQ(report[3].reason, "Reading ended at the device 'WRONG' in line 5.");
     EXPECT_EQ(report[3].definitions[1].findings[0].sentence, "Device density '3Mb' is invalid.");
     EXPECT_EQ(report[4].reason, report[4].path + ":3: " + report[4].findings[0].sentence);
+}
+
+// What a scan doesn't open is told; what a broken-off change leaves empty isn't at fault.
+TEST_F(LoadReportTest, TellsOfWhatIsNoFile) {
+    const std::string empty = write_custom("pgm_flash_a.xml", "");
+    std::filesystem::create_directory(m_custom_dir + "pgm_flash_b.xml");
+    std::filesystem::create_symlink("nowhere", m_custom_dir + "pgm_flash_c.xml");
+    ::mkfifo((m_custom_dir + "pgm_flash_d.xml").c_str(), 0600);
+    std::filesystem::create_directory(m_custom_dir + "other");
+    struct : pgm_host::file_system {
+        std::string unlisted;
+        std::vector<std::string> list(const std::string& directory) override {
+            if (directory != unlisted) return file_system::list(directory);
+            error = std::make_error_code(std::errc::permission_denied);
+            return {};
+        }
+    } disk;
+    disk.unlisted = m_xml_dir;
+    pgm_host::set_file_system(&disk);
+    ZORVA_QSPI_MGR mgr;
+    pgm_host::set_file_system(nullptr);
+    const ZORVA_LOAD_REPORT& report = mgr.get_load_report();
+    EXPECT_EQ(told({report.begin() + 1, report.end()}, m_root),
+              "xml/: skipped [0 line 0]\n"
+              "custom/pgm_flash_a.xml: read\n"
+              "custom/pgm_flash_b.xml: passed over\n"
+              "custom/pgm_flash_c.xml: passed over\n"
+              "custom/pgm_flash_d.xml: passed over\n");
+    EXPECT_EQ(report[1].findings[0].sentence, "The directory can't be listed: Permission denied.");
+    EXPECT_EQ(told(ZORVA_QSPI_MGR::judge_files({empty}), m_root), "custom/pgm_flash_a.xml: read\n");
 }
 
 TEST_F(LoadReportTest, JudgingFilesReadsOnBehindABadDefinition) {

@@ -24,7 +24,8 @@ bool StoreFailureTest::change_fails_well(const change_case& row, const texts& af
     pgm_host::set_file_system(&m_disk);
     SCOPED_TRACE(testing::Message() << row.name << ", call " << call << " of "
                                     << testing::PrintToString(disk.calls()));
-    EXPECT_EQ(posted_ids(), done ? ids{} : ids{20560});
+    EXPECT_EQ(posted_ids(), done || row.all_or_none ? ids{} : ids{20560});
+    EXPECT_EQ(mgr.get_change_outcome().sentence.empty(), done);
     const bool as_it_was = files_in(m_custom_dir) == row.files;
     EXPECT_TRUE(as_it_was || done || row.in_two_steps || what == trouble::all_fail_from_there);
 

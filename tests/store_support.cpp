@@ -145,7 +145,16 @@ const std::vector<change_case>& change_cases() {
         for (auto& [name, bytes] : all) bytes = document(bytes);
         return all;
     };
+    const auto add_several = [](ZORVA_MGR& mgr, const std::string& directory) {
+        using enum ZORVA_DEFINITION_KIND;
+        constexpr auto is_new = ZORVA_BASIS::NEW;
+        return mgr.store_definitions({{DEVICE, new_record(mgr, "X"), is_new},
+                                      {TEMPLATE, new_record(mgr, "", "0x77", "T"), is_new},
+                                      {DEVICE, new_record(mgr, "Y"), is_new}},
+                                     directory);
+    };
     static const std::vector<change_case> cases = {
+        {"add several", {{"pgm_flash_Y.xml", ""}}, add_several, false, true},
         {"add", files({{in_front, some}}), update},
         {"add beside others", files({{own, some}}), update},
         {"replace", files({{own, x}}), update},
@@ -180,17 +189,21 @@ bool hasty_disk::write(const std::string& path, std::string_view bytes) {
 
 namespace {
 
-pid_t start(const std::function<bool()>& job, int gate) {
+pid_t start(const std::function<int()>& job, int gate) {
     const pid_t child = ::fork();
     if (child != 0) return child;
     char byte = 0;
     if (gate >= 0 && ::read(gate, &byte, 1) < 0) ::_exit(3);
     try {
-        ::_exit(job() ? 0 : 1);
+        ::_exit(job());
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
     }
     ::_exit(2);
+}
+
+std::function<int()> coded(const std::function<bool()>& job) {
+    return [job] { return job() ? 0 : 1; };
 }
 
 int exit_code(pid_t child) {
@@ -201,16 +214,22 @@ int exit_code(pid_t child) {
 
 }  // namespace
 
-int in_child(const std::function<bool()>& job) { return exit_code(start(job, -1)); }
+int in_child(const std::function<bool()>& job) { return exit_code(start(coded(job), -1)); }
 
-bool at_once(const std::function<bool()>& a, const std::function<bool()>& b) {
-    int gate[2];  // nothing comes out of it until both jobs wait at it
-    if (::pipe(gate) != 0) return false;
-    const pid_t children[] = {start(a, gate[0]), start(b, gate[0])};
-    const bool opened = ::write(gate[1], "go", 2) == 2;
-    const bool a_is_good = exit_code(children[0]) == 0;
-    const bool b_is_good = exit_code(children[1]) == 0;
+std::vector<int> all_at_once(const std::vector<std::function<int()>>& jobs) {
+    int gate[2];  // nothing comes out of it until all jobs wait at it
+    if (::pipe(gate) != 0) return {};
+    std::vector<pid_t> children;
+    for (const auto& job : jobs) children.push_back(start(job, gate[0]));
+    const std::string go(jobs.size(), '!');
+    const bool opened = ::write(gate[1], go.data(), go.size()) == static_cast<ssize_t>(go.size());
+    std::vector<int> codes;
+    for (const pid_t child : children) codes.push_back(opened ? exit_code(child) : -1);
     ::close(gate[0]);
     ::close(gate[1]);
-    return opened && a_is_good && b_is_good;
+    return codes;
+}
+
+bool at_once(const std::function<bool()>& a, const std::function<bool()>& b) {
+    return all_at_once({coded(a), coded(b)}) == std::vector<int>{0, 0};
 }

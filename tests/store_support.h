@@ -8,13 +8,13 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstddef>
 #include <functional>
 #include <map>
 #include <set>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 using texts = std::map<std::string, std::string>;
@@ -45,6 +45,7 @@ struct change_case {
     texts files;
     std::function<bool(ZORVA_MGR& mgr, const std::string& directory)> change;
     bool in_two_steps = false;  // a device and then its template
+    bool all_or_none = false;   // all that is added, or nothing
 };
 const std::vector<change_case>& change_cases();
 
@@ -124,7 +125,7 @@ class troubled_disk : public hasty_disk {
         if (here && m_what == trouble::ends_before) ::_exit(ended);
         if ((here && m_what == trouble::call_fails) ||
             (was_troubled() && m_what == trouble::all_fail_from_there)) {
-            errno = EIO;
+            error = std::make_error_code(std::errc::io_error);
             return {};
         }
         auto result = call();
@@ -139,5 +140,7 @@ class troubled_disk : public hasty_disk {
 
 // Runs `job` in a process of its own; its exit code, which is 0 if the job is true.
 int in_child(const std::function<bool()>& job);
-// The same for two at once: true if both jobs are.
+// The same for several at once, each of which gives its exit code.
+std::vector<int> all_at_once(const std::vector<std::function<int()>>& jobs);
+// The same for two: true if both jobs are.
 bool at_once(const std::function<bool()>& a, const std::function<bool()>& b);

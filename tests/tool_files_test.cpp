@@ -2,7 +2,6 @@
 #include "tests/tool_test.h"
 #include "tools/zorva/database.h"
 
-#include <cerrno>
 #include <fstream>
 
 namespace fs = std::filesystem;
@@ -46,9 +45,9 @@ TEST_F(ToolTest, TellsWhatWasNotTaken) {
     EXPECT_TRUE(contains(zorva("where BEHIND").out, "not read"));
     EXPECT_TRUE(contains(zorva("where").out, skipped + "\tcustom\tskipped\tLine 1: "));
     EXPECT_EQ(zorva("where NOWHERE").code, 1);
-    for (const std::string command : {"show ", "rm ", "export "}) {
+    for (const std::string command : {"show ", "set ", "export "}) {
         const auto error = [&](const std::string& name) {
-            const tool_answer answer = zorva(command + name);
+            const tool_answer answer = zorva(command + name + (command == "set " ? " dies=1" : ""));
             EXPECT_EQ(answer.code, 1);
             return answer.err.substr(std::min(answer.err.find("error: "), answer.err.size()));
         };
@@ -128,8 +127,8 @@ class denying_disk : public pgm_host::file_system {
     ~denying_disk() override { pgm_host::set_file_system(nullptr); }
 
   private:
-    bool is_denied(const std::string& path) const {
-        errno = path == m_denied ? EACCES : 0;
+    bool is_denied(const std::string& path) {
+        if (path == m_denied) error = std::make_error_code(std::errc::permission_denied);
         return path == m_denied;
     }
 

@@ -2,6 +2,11 @@
 #include "tests/store_support.h"
 #include "tests/tool_test.h"
 
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <thread>
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -294,18 +299,114 @@ TEST_F(ToolWriteTest, TakesNoNameThatAFileDefinesInVain) {
     }
 }
 
-TEST_F(ToolWriteTest, MakesTheDefaultDirectoryAndNamesOneThatItCantWrite) {
-    const std::string junk = write_custom("pgm_flash_OWN.xml", "<junk");
-    write_file(m_root + "both.xml", document(devices("FIRST") + user_template("T")));
-    tool_answer answer = zorva("copy SHIP_A OWN");
+TEST_F(ToolWriteTest, TellsWhyAChangeCantBeWritten) {
+    write_custom("pgm_flash_MINE.xml", document(devices("MINE")));
+    write_custom("pgm_flash_OWN.xml", "<junk");
+    write_custom("pgm_flash_1.xml", document(devices("TWICE")));
+    write_custom("pgm_flash_2.xml", document(devices("TWICE")));
+    fs::create_directory(own_file("template_T"));
+    const std::string several = m_root + "several.xml";
+    write_file(several, document(devices("FIRST") + user_template("T")));
+    struct row {
+        arguments command;
+        int code;
+        std::string sentence;
+    };
+    const row rows[] = {
+        {{"copy", "SHIP_A", "OWN"},
+         3,
+         own_file("OWN") + " isn't a file of the database: line 1: The root element is junk"},
+        {{"import", several}, 3, own_file("template_T") + " isn't a file of the database: Is a"},
+        {{"rm", "SHIP_A"}, 4, "SHIP_A is a shipped device"},
+    };
+    for (const row& row : rows)
+        for (const bool is_dry : {false, true}) {
+            arguments command = row.command;
+            if (is_dry) command.emplace_back("--dry-run");
+            SCOPED_TRACE(joined(command));
+            const auto before = disk();
+            const tool_answer answer = zorva(command);
+            EXPECT_EQ(answer.code, row.code);
+            EXPECT_TRUE(contains(answer.err, row.sentence)) << answer.err;
+            EXPECT_EQ(contains(answer.err, "Nothing has changed."), row.code == 3) << answer.err;
+            EXPECT_EQ(disk(), before);
+        }
+    struct : pgm_host::file_system {
+        bool write(const std::string&, std::string_view) override {
+            error = std::make_error_code(std::errc::no_space_on_device);
+            return false;
+        }
+    } full;
+    pgm_host::set_file_system(&full);
+    const tool_answer answer = zorva("set MINE dies=2");
+    pgm_host::set_file_system(nullptr);
     EXPECT_EQ(answer.code, 3);
-    EXPECT_TRUE(contains(answer.err, "in " + m_custom_dir + ", where " + junk)) << answer.err;
-    EXPECT_EQ(bytes_of(junk), "<junk");
-    write_custom("pgm_flash_template_T.xml", "<junk");
-    answer = zorva({"import", m_root + "both.xml"});
-    EXPECT_TRUE(contains(answer.err, "; only " + own_file("FIRST") + " was written."))
+    EXPECT_TRUE(contains(answer.err,
+                         own_file("MINE") + " can't be written: No space left on device. Nothing"))
         << answer.err;
+}
 
+// What a file defines in vain is in the way: it can be removed, and what remains is told.
+TEST_F(ToolWriteTest, RemovesWhatIsntInForce) {
+    const std::string bad = write_custom(
+        "pgm_flash_1.xml", document(device({.name = "BAD", .density = "5Mb"}) + devices("BEHIND")));
+    EXPECT_EQ(zorva("rm BAD").out, bad + "\n");
+    EXPECT_EQ(zorva("list --origin custom --format names").out, "BEHIND\n");
+    const std::string second = write_custom("pgm_flash_2.xml", document(devices("BEHIND")));
+    const tool_answer removed = zorva("rm BEHIND");
+    EXPECT_TRUE(contains(removed.err, "BEHIND is what " + second + " says from now on."));
+    EXPECT_EQ(zorva("rm BEHIND").code, 0);
+    EXPECT_EQ(zorva("rm BEHIND").code, 1);
+
+    const std::string legacy = write_custom("pgm_flash_LEG.xml", document(devices("LEG_LOW")));
+    const tool_answer changed = zorva("set LEG_LOW dies=2");
+    EXPECT_EQ(changed.code, 0) << changed.err;
+    EXPECT_TRUE(contains(changed.err, "LEG_LOW is the name of a legacy device, too"));
+    EXPECT_EQ(zorva("rm LEG_LOW").out, own_file("LEG_LOW") + "\n");
+    EXPECT_EQ(zorva("rm LEG_LOW").code, 4);
+}
+
+// Each process takes the whole command line's way, from the load on.
+TEST_F(ToolWriteTest, SeveralAtOnceLoseNothing) {
+    // All have loaded before the first of them stores.
+    struct : pgm_host::file_system {
+        std::unique_ptr<pgm_host::directory_lock> lock(const std::string& directory,
+                                                       pgm_host::lock_kind kind,
+                                                       std::chrono::milliseconds wait) override {
+            constexpr std::chrono::milliseconds others_load{100};
+            if (kind == pgm_host::lock_kind::exclusive) std::this_thread::sleep_for(others_load);
+            return file_system::lock(directory, kind, wait);
+        }
+    } slow;
+    pgm_host::set_file_system(&slow);
+    std::vector<std::function<int()>> makers;
+    for (int i = 0; i < 8; ++i)
+        makers.emplace_back([&] {
+            arguments command = new_device;
+            command[1] = "SAME";
+            const tool_answer answer = zorva(command);
+            return answer.code != 1 || contains(answer.err, "'SAME' is invalid as it already exist")
+                       ? answer.code
+                       : 9;
+        });
+    std::vector<int> codes = all_at_once(makers);
+    std::ranges::sort(codes);
+    EXPECT_EQ(codes, (std::vector<int>{0, 1, 1, 1, 1, 1, 1, 1}));
+
+    std::vector<std::function<int()>> setters;
+    for (const char* assignment :
+         {"dies=5", "dummy=1", "dummy-x4=2", "density=1Mb", "voltage=3.3V"})
+        setters.emplace_back([=] { return zorva({"set", "SAME", assignment}).code; });
+    EXPECT_EQ(all_at_once(setters), std::vector<int>(setters.size()));
+    EXPECT_EQ(field("SAME", "dies") + field("SAME", "dummy") + field("SAME", "dummy-x4") +
+                  field("SAME", "density") + field("SAME", "voltage"),
+              "5\n1\n2\n1Mb\n3.0V/3.3V\n");
+    pgm_host::set_file_system(nullptr);
+}
+
+TEST_F(ToolWriteTest, MakesTheDefaultDirectory) {
+    const std::string junk = write_custom("pgm_flash_OWN.xml", "<junk");
+    tool_answer answer;
     ::unsetenv("ZORVA_CUSTOM_DIR");
     const std::string directory = m_root + ".local/share/zorva/";
     zorva("copy SHIP_A OWN --dry-run");

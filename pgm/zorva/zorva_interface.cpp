@@ -3,6 +3,7 @@
 #include "pgm/zorva/zorva_report.h"
 
 #include <algorithm>
+#include <utility>
 
 std::optional<ZORVA_REFUSAL> zorva_judge_density(const ZORVA_INTERFACE& interface,
                                                  std::string_view density) {
@@ -54,6 +55,19 @@ std::string zorva_definition_name(const PGM_COMMON_XML_ELEMENT& element) {
         device_info ? zorva_first_child(*device_info, PGM_COMMON_XML_ENUM_DEVICE_NAME)
                     : zorva_first_child(element, PGM_COMMON_XML_ENUM_TEMPLATE_NAME);
     return name ? name->read_value() : std::string();
+}
+
+std::unique_ptr<ZORVA_FLASH> zorva_read_flash(const ZORVA_INTERFACE& interface,
+                                              const PGM_COMMON_XML_ELEMENT& element,
+                                              std::vector<ZORVA_REFUSAL>& refusals) {
+    std::unique_ptr<ZORVA_FLASH> flash = interface.read_device(element, refusals);
+    if (!flash || !interface.read_flows) return flash;
+    const auto flows = interface.read_flows(element, refusals);
+    flash->set_operation_list(std::exchange(flows->sfl_operation_list, {}),
+                              ZORVA_PROG_FLOW_TYPE_SFL);
+    flash->set_operation_list(std::exchange(flows->sdm_operation_list, {}),
+                              ZORVA_PROG_FLOW_TYPE_SDM);
+    return flash;
 }
 
 bool zorva_is_taken(const ZORVA_INTERFACE& interface, const PGM_COMMON_XML_ELEMENT& element) {

@@ -35,6 +35,11 @@ struct ZORVA_INTERFACE {
     // False if the record's flows can't stand in a file as they are: an operation twice in a flow,
     // a number that would turn into another. Null where the interface knows no flows.
     bool (*is_writable)(ZORVA_FLASH& flash);
+    // A new USER_TEMPLATE of that name with the flows of a record, and a copy of these flows. Null
+    // where the interface knows no flows.
+    std::unique_ptr<PGM_COMMON_XML_ELEMENT> (*template_element)(const std::string& name,
+                                                                ZORVA_FLASH& flash);
+    std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> (*copy_flows)(ZORVA_FLASH& flash);
     // Brings the flows below a written FLASH or USER_TEMPLATE to their five operations, in order.
     // Null where the interface knows no flows.
     void (*complete_flows)(PGM_COMMON_XML_ELEMENT& holder);
@@ -63,6 +68,10 @@ const PGM_COMMON_XML_ELEMENT& zorva_only_child(const PGM_COMMON_XML_ELEMENT& par
 // Name of the device of a FLASH or of the template of a USER_TEMPLATE; empty if it has none.
 std::string zorva_definition_name(const PGM_COMMON_XML_ELEMENT& element);
 
+// A record of a FLASH element, its flows included, good or not. Null as read_device tells.
+std::unique_ptr<ZORVA_FLASH> zorva_read_flash(const ZORVA_INTERFACE& interface,
+                                              const PGM_COMMON_XML_ELEMENT& element,
+                                              std::vector<ZORVA_REFUSAL>& refusals);
 // What a load takes of an element: nothing is refused.
 bool zorva_is_taken(const ZORVA_INTERFACE& interface, const PGM_COMMON_XML_ELEMENT& element);
 

@@ -15,6 +15,9 @@ class JUDGE {
     explicit JUDGE(const ZORVA_INTERFACE& interface) : m_interface(interface) {}
 
     ZORVA_FILE_REPORT judge_file(const std::string& file);
+    // A tree, or why there is none.
+    ZORVA_FILE_REPORT judge(const std::string& file, const PGM_COMMON_XML_ELEMENT* object,
+                            const std::string& error);
 
   private:
     void judge_element(const PGM_COMMON_XML_ELEMENT& element, ZORVA_FILE_REPORT& report);
@@ -29,9 +32,15 @@ class JUDGE {
 };
 
 ZORVA_FILE_REPORT JUDGE::judge_file(const std::string& file) {
-    ZORVA_FILE_REPORT report{file, ZORVA_ORIGIN::CUSTOM, ZORVA_FILE_STATE::READ, {}, {}, {}};
     std::string error;
     const auto object = zorva_parse_xml_file(m_interface, file, false, error);
+    return judge(file, object.get(), error);
+}
+
+ZORVA_FILE_REPORT JUDGE::judge(const std::string& file, const PGM_COMMON_XML_ELEMENT* object,
+                               const std::string& error) {
+    ZORVA_FILE_REPORT report{file, ZORVA_ORIGIN::CUSTOM, ZORVA_FILE_STATE::READ, {}, {}, {}};
+    if (!object && zorva_is_empty_file(file)) return report;
     if (!object) {
         report.state = ZORVA_FILE_STATE::SKIPPED;
         report.reason = error;
@@ -95,4 +104,15 @@ ZORVA_LOAD_REPORT zorva_judge_files(const ZORVA_INTERFACE& interface,
     ZORVA_LOAD_REPORT report;
     for (const std::string& file : files) report.push_back(judge.judge_file(file));
     return report;
+}
+
+ZORVA_JUDGED zorva_judge_bytes(const ZORVA_INTERFACE& interface, const std::string& bytes,
+                               const std::string& name) {
+    std::string first_text;
+    std::string second_text;
+    std::unique_ptr<PGM_COMMON_XML_ELEMENT> root(
+        static_cast<PGM_COMMON_XML_ELEMENT*>(PGM_COMMON_XML::read_bytes(
+            bytes, name, zorva_xsd_file(interface), first_text, second_text)));
+    const std::string& error = first_text.empty() ? second_text : first_text;
+    return {JUDGE(interface).judge(name, root.get(), error), std::move(root)};
 }

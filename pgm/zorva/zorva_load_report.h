@@ -13,6 +13,7 @@ enum class ZORVA_FILE_STATE {
     READ,          // to its end
     READ_IN_PART,  // up to a definition that was refused; the reason names it
     SKIPPED,       // nothing of it; the reason says why
+    PASSED_OVER,   // never opened: it is no regular file
 };
 
 // A device and a template of one name are two definitions.
@@ -41,6 +42,7 @@ struct ZORVA_DEFINITION {
     std::vector<ZORVA_FINDING> findings;  // empty unless REFUSED
 };
 
+// A directory that can't be listed is reported as a file that was skipped.
 struct ZORVA_FILE_REPORT {
     std::string path;
     ZORVA_ORIGIN origin;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "pgm/zorva/zorva_action.h"
+#include "pgm/zorva/zorva_change.h"
 #include "pgm/zorva/zorva_flash.h"
 #include "pgm/zorva/zorva_load_report.h"
 #include "pgm/zorva/zorva_operation.h"
@@ -15,10 +16,11 @@
 #include <unordered_map>
 #include <vector>
 
+class FIO_FIND;
 class PGM_COMMON_XML_ELEMENT;
 struct PGMDEV_DEVICE_INFO;
-class ZORVA_STORED_FILE;
-struct ZORVA_DEFINITION_KEY;
+class ZORVA_STORE;
+struct ZORVA_STORE_DEFINITION;
 struct ZORVA_INTERFACE;
 struct ZORVA_LEFTOVER;
 struct ZORVA_REFUSAL;
@@ -99,9 +101,10 @@ class ZORVA_MGR {
                                          std::string* err_msg);
 
     // Stores a record from create_flash as the device of its name in `db_dir`, one of the two
-    // directories below in just that form, and takes it over. If the record carries a template
-    // name, its flows are stored as a user template too. False, with warning 20560 posted, if it
-    // can't be stored: then record, maps and disk are as they were.
+    // directories below in just that form, and takes it over. False, with warning 20560 posted, if
+    // it can't be stored: then record, maps and disk are as they were. If the record carries a
+    // template name, its flows are then stored as a user template too; where that fails, the
+    // answer is false and the device is stored all the same.
     virtual bool update_db(ZORVA_FLASH* flash, std::string db_dir);
     // Removes the device or user template of that name from its file in `db_dir`; true also where
     // there is nothing to remove. False, with warning 20560, if the file can't be changed.
@@ -190,6 +193,28 @@ class ZORVA_MGR {
     // The file that update_db would write for a record, where nothing else stands in it; empty if
     // it couldn't. The values must have passed their checks.
     std::string get_flash_document(ZORVA_FLASH* flash);
+
+    // Stores definitions in `db_dir`, one of the two directories, all or none: several only where
+    // each is new and gets a file of its own. Posts nothing; get_change_outcome tells why not.
+    bool store_definitions(const std::vector<ZORVA_NEW_DEFINITION>& definitions,
+                           const std::string& db_dir);
+    // Takes a definition, in force or not, out of a file in one of the two directories.
+    bool remove_definition(const ZORVA_DEFINITION_KEY& key, const std::string& file);
+    // Judge the same, and change nothing.
+    bool try_definitions(const std::vector<ZORVA_NEW_DEFINITION>& definitions,
+                         const std::string& db_dir);
+    bool try_removal(const ZORVA_DEFINITION_KEY& key, const std::string& file);
+    // What became of the last call of this manager that stores or removes.
+    const ZORVA_CHANGE_OUTCOME& get_change_outcome() const { return m_change_outcome; }
+    // The devices and templates of a document, as records that stay the manager's: a device as
+    // create_flash makes one, a template as ZORVA_NEW_DEFINITION carries one. Those that a load
+    // would refuse are told in the report, which names the bytes `name`, and give no record.
+    struct DOCUMENT {
+        ZORVA_FILE_REPORT report;
+        std::vector<ZORVA_NEW_DEFINITION> definitions;  // NEW, in file order, the devices first
+    };
+    DOCUMENT read_document(const std::string& bytes, const std::string& name);
+
     // All messages of the library, in the order of registration.
     static std::vector<ZORVA_MESSAGE_INFO> get_message_list();
 
@@ -213,24 +238,19 @@ class ZORVA_MGR {
     // The installation directory, then, unless it is the same, the custom directory.
     void parse_user_xml();
 
-    // A definition and where it stands or is to stand.
-    struct TARGET {
-        ZORVA_DEFINITION_KIND kind;
-        std::string name;
-        std::string file;
-        std::string db_dir;  // the file's directory
-    };
-
     // Judges the template name that a record carries: one that equals the device's is refused
     // with a warning; one that isn't free is an internal error. No template: true.
     bool carried_template_is_valid(ZORVA_FLASH& flash);
-    // Writes a definition into its file and takes an old one out of the directory's other files.
-    // The maps don't change, but for definitions that are no longer in the files. False: nothing
-    // has changed.
-    bool store_definition(const TARGET& target, std::unique_ptr<PGM_COMMON_XML_ELEMENT> element);
+    // Judges and changes the files; the maps stay, but for definitions that somebody has taken out
+    // of these files. False: nothing has changed, and m_change_outcome tells why.
+    bool change_files(const std::vector<ZORVA_NEW_DEFINITION>& changes, const std::string& db_dir,
+                      bool is_trial);
+    // Makes the flows of a record a template of the maps.
+    void keep_template(const std::string& name, ZORVA_FLASH& flash, const std::string& file);
     // Takes a definition out of its file and out of the maps. False, with the warning posted:
     // nothing has changed.
-    bool delete_definition(const TARGET& target);
+    bool delete_definition(const ZORVA_DEFINITION_KEY& key, std::string file,
+                           const std::string& db_dir);
     void trace_deletion(const std::string& name, const std::string& db_dir);
     // Posts warning 20560 for a directory; false.
     static bool refuse_update(const std::string& db_dir);
@@ -286,18 +306,34 @@ class ZORVA_MGR {
     // Whether the record in force of a device stands in `db_dir`. One that stands in the custom
     // directory can't be changed in the installation's: an internal error.
     bool is_active_in(const std::string& device_name, const std::string& db_dir);
-    bool write_definition(const TARGET& target, std::unique_ptr<PGM_COMMON_XML_ELEMENT> element);
-    bool rewrite_without(const TARGET& target);
-    bool defined_elsewhere(const ZORVA_DEFINITION_KEY& key, const std::string& file,
-                           const std::string& db_dir) const;
-    std::optional<std::vector<std::string>> other_files_with(const TARGET& target) const;
-    void forget_missing(const ZORVA_STORED_FILE& stored, const std::string& file,
-                        const ZORVA_DEFINITION_KEY& but);
+    static std::string directory_in_use(const std::string& file);
+    ZORVA_STORE new_store(const std::string& db_dir, bool is_trial) const;
+    std::unique_ptr<PGM_COMMON_XML_ELEMENT> new_device_element(ZORVA_FLASH& flash);
+    std::unique_ptr<PGM_COMMON_XML_ELEMENT> new_template_element(ZORVA_FLASH& flash) const;
+    ZORVA_FLASH* new_record(ZORVA_DEFINITION_KIND kind, const std::string& name,
+                            const PGM_COMMON_XML_ELEMENT& element);
+    bool says_the_same(const PGM_COMMON_XML_ELEMENT& element, ZORVA_FLASH& flash);
+    // The file that defines it, as far as the maps know; empty if they don't.
+    std::string file_known_of(const ZORVA_DEFINITION_KEY& key, const std::string& db_dir);
+    ZORVA_CHANGE_OUTCOME check_writable(const ZORVA_DEFINITION_KEY& key, ZORVA_FLASH& flash,
+                                        const std::string& db_dir);
+    ZORVA_STORE_DEFINITION definition_of(const ZORVA_NEW_DEFINITION& change,
+                                         const std::string& db_dir);
+    bool store_device(const ZORVA_NEW_DEFINITION& change, const std::string& db_dir,
+                      DIR_MAP& db_dir_map, const std::string& replaced);
+    bool take_out_of_file(const ZORVA_DEFINITION_KEY& key, const std::string& file,
+                          const std::string& db_dir, bool is_trial);
+    void trace_found(const ZORVA_DEFINITION_KEY& key, const std::string& file,
+                     const DIR_MAP& db_dir_map) const;
+    bool has_neighbours(const ZORVA_DEFINITION_KEY& key, const std::string& file,
+                        const DIR_MAP& db_dir_map) const;
+    // Forgets what the maps place in a file that was changed, and what isn't there any more.
+    void forget_missing(const ZORVA_STORE& store, const ZORVA_DEFINITION_KEY& but);
     // Take a definition out of the maps; the result is its record, if the maps held one for it.
-    std::unique_ptr<ZORVA_FLASH> forget_device(const std::string& name, const std::string& file,
+    std::unique_ptr<ZORVA_FLASH> forget_device(const std::string& name, std::string file,
                                                DIR_MAP& db_dir_map);
     std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> forget_template(const std::string& name);
-    void take_over(ZORVA_FLASH* flash, const std::string& db_dir);
+    void adopt(ZORVA_FLASH* flash, const std::string& db_dir);
 
     bool parse_user_xml_in_dir(ZORVA_ORIGIN origin);
     bool parse_user_xml_file(const std::string& xml_file, ZORVA_ORIGIN origin, DIR_MAP& db_dir_map);
@@ -312,6 +348,7 @@ class ZORVA_MGR {
     // Whether an element is an old definition that a broken-off change has left in its file; if
     // so, reports it as hidden.
     bool is_leftover(const PGM_COMMON_XML_ELEMENT& element, const std::string& xml_file);
+    void report_directory(const FIO_FIND& find, const std::string& directory, ZORVA_ORIGIN origin);
     void report_definition(const std::string& xml_file, ZORVA_DEFINITION definition);
     // The definition in force of that device is hidden by another file from now on.
     void report_hidden(const std::string& name, const std::string& defined_in,
@@ -325,6 +362,8 @@ class ZORVA_MGR {
     // Templates that were taken out of their files by others; a caller may still hold their flows.
     std::vector<std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE>> m_loose_templates;
     mutable INDEX m_index;  // made from m_flash_map when a look-up asks for it
+    ZORVA_CHANGE_OUTCOME m_change_outcome;
+    std::string m_replaced_file;  // while update_db replaces: the file of the old definition
     // While a directory is scanned: what a broken-off change has left in it; null if nothing.
     const ZORVA_LEFTOVER* m_leftover = nullptr;
     ZORVA_LOAD_REPORT m_load_report;

@@ -7,6 +7,8 @@
 #include "services/file.h"
 
 #include <algorithm>
+#include <chrono>
+#include <optional>
 #include <utility>
 
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> ZORVA_MGR::parse_shipped_xml(
@@ -23,15 +25,52 @@ void ZORVA_MGR::parse_user_xml() {
         parse_user_xml_in_dir(ZORVA_ORIGIN::CUSTOM);
 }
 
+namespace {
+
+// A load's part in the lock of a directory: held to the end of the scan, so that no change moves a
+// device from a file that is still to be read to one that has been. Others may load meanwhile.
+class SCAN_LOCK {
+  public:
+    SCAN_LOCK(const ZORVA_INTERFACE& interface, const std::string& directory)
+        : m_interface(interface), m_directory(directory) {
+        share();
+        if (zorva_is_unfinished(interface, directory)) finish();
+    }
+    // What a broken-off change has left, for the scan to pass over.
+    const ZORVA_LEFTOVER& leftover() const { return m_leftover; }
+
+  private:
+    // Longer than a change takes. A scan that doesn't get the lock by then goes on without.
+    static constexpr std::chrono::seconds longest_wait{2};
+
+    void share() { m_lock.emplace(m_directory, FIO_DIRECTORY_LOCK::SHARED, longest_wait); }
+    // Only who has the lock alone may change files.
+    void finish() {
+        m_lock.reset();
+        {
+            const FIO_DIRECTORY_LOCK alone(m_directory, FIO_DIRECTORY_LOCK::EXCLUSIVE,
+                                           longest_wait);
+            zorva_finish_change(m_interface, m_directory, alone.held());
+        }
+        share();
+        m_leftover = zorva_finish_change(m_interface, m_directory, false);
+    }
+
+    const ZORVA_INTERFACE& m_interface;
+    std::string m_directory;
+    std::optional<FIO_DIRECTORY_LOCK> m_lock;
+    ZORVA_LEFTOVER m_leftover;
+};
+
+}  // namespace
+
 bool ZORVA_MGR::parse_user_xml_in_dir(ZORVA_ORIGIN origin) {
     const bool installation = origin == ZORVA_ORIGIN::INSTALLATION;
     DIR_MAP& db_dir_map = installation ? m_flash_db_kestrin_dir_map : m_flash_db_custom_dir_map;
     FIO_PATH path(installation ? get_db_kestrin_dir() : get_db_custom_dir());
-    // Held to the end of the scan, so that no change moves a device from a file that is still to be
-    // read to one that has been. A scan that doesn't get the lock goes on without.
-    const FIO_DIRECTORY_LOCK lock(path.full_directory(), false);
-    const auto leftover = zorva_finish_change(m_interface, path.full_directory(), lock.held());
-    m_leftover = leftover ? &*leftover : nullptr;
+    const std::string directory = path.full_directory();
+    const SCAN_LOCK lock(m_interface, directory);
+    m_leftover = &lock.leftover();
     path.filename(ZORVA_FILE_MASK);
     FIO_FIND find(path);
     bool status = true;
@@ -46,17 +85,40 @@ bool ZORVA_MGR::parse_user_xml_in_dir(ZORVA_ORIGIN origin) {
         status = parse_user_xml_file(path.fullpath(), origin, db_dir_map) && status;
     }
     m_leftover = nullptr;
-    return status;
+    report_directory(find, directory, origin);
+    return status && !find.error();
+}
+
+// What a scan didn't get to read.
+void ZORVA_MGR::report_directory(const FIO_FIND& find, const std::string& directory,
+                                 ZORVA_ORIGIN origin) {
+    for (const std::string& name : find.passed_over()) {
+        ZORVA_FILE_REPORT& report = report_file(directory + name, origin);
+        report.state = ZORVA_FILE_STATE::PASSED_OVER;
+        report.reason = "It is no regular file.";
+    }
+    if (!find.error()) return;
+    ZORVA_FILE_REPORT& report = report_file(directory, origin);
+    report.state = ZORVA_FILE_STATE::SKIPPED;
+    report.reason = fmt::format("The directory can't be listed: {}.", find.error().message());
+    report.findings.push_back({0, report.reason, 0});
 }
 
 bool ZORVA_MGR::parse_user_xml_file(const std::string& xml_file, ZORVA_ORIGIN origin,
                                     DIR_MAP& db_dir_map) {
     ZORVA_FILE_REPORT& report = report_file(xml_file, origin);
+    if (m_leftover && m_leftover->unfinished.contains(xml_file)) {
+        report.state = ZORVA_FILE_STATE::SKIPPED;
+        report.reason = "The change that made it was broken off and is taken back.";
+        return true;
+    }
     std::string error;
     const auto object = zorva_parse_xml_file(m_interface, xml_file, false, error);
     if (!object) {
         zorva_trace("Skip %s due to parsing error: %s", FIO_PATH(xml_file).filename().c_str(),
                     error.c_str());
+        // What a change that was broken off at its first step leaves; nothing is wrong with it.
+        if (zorva_is_empty_file(xml_file)) return false;
         report.state = ZORVA_FILE_STATE::SKIPPED;
         report.reason = error;
         report.findings = zorva_file_findings(xml_file, error);
@@ -111,14 +173,7 @@ bool ZORVA_MGR::take_flash(const PGM_COMMON_XML_ELEMENT& element, const std::str
                            DIR_MAP& db_dir_map, bool removable) {
     const std::string directory = FIO_PATH(xml_file).full_directory();
     std::vector<ZORVA_REFUSAL> refusals;
-    std::unique_ptr<ZORVA_FLASH> flash = m_interface.read_device(element, refusals);
-    if (flash && m_interface.read_flows) {
-        const auto flows = m_interface.read_flows(element, refusals);
-        flash->set_operation_list(std::exchange(flows->sfl_operation_list, {}),
-                                  ZORVA_PROG_FLOW_TYPE_SFL);
-        flash->set_operation_list(std::exchange(flows->sdm_operation_list, {}),
-                                  ZORVA_PROG_FLOW_TYPE_SDM);
-    }
+    std::unique_ptr<ZORVA_FLASH> flash = zorva_read_flash(m_interface, element, refusals);
     // One name twice in one directory; in the other directory it is an override.
     if (flash && refusals.empty() && db_dir_map.contains(flash->get_name()))
         refusals.push_back({ZORVA_MESSAGE::FOUND_DUPLICATED_FLASH_IN_DB, flash->get_name(),

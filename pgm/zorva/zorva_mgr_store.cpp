@@ -2,6 +2,7 @@
 #include "pgm/zorva/zorva_interface.h"
 #include "pgm/zorva/zorva_mgr.h"
 #include "pgm/zorva/zorva_report.h"
+#include "pgm/zorva/zorva_xml_file.h"
 #include "services/file.h"
 
 #include <algorithm>
@@ -46,7 +47,13 @@ bool ZORVA_MGR::carried_template_is_valid(ZORVA_FLASH& flash) {
     const std::string name = flash.get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME);
     if (name.empty()) return true;
     if (name == flash.get_name()) {
-        zorva_post({ZORVA_MESSAGE::INVALID_TEMPLATE_NAME_CONFLICT_WITH_EXISTING_DEVICE, name, {}});
+        const ZORVA_REFUSAL refusal{
+            ZORVA_MESSAGE::INVALID_TEMPLATE_NAME_CONFLICT_WITH_EXISTING_DEVICE, name, {}};
+        m_change_outcome = {ZORVA_CHANGE_STATE::NAME_TAKEN,
+                            zorva_sentence(refusal),
+                            zorva_message_row(refusal.message).id,
+                            {}};
+        zorva_post(refusal);
         return false;
     }
     if (!is_parameter_valid(ZORVA_FLASH_PARAM_TEMPLATE_NAME, name, nullptr))
@@ -65,9 +72,10 @@ bool ZORVA_MGR::update_db(ZORVA_FLASH* flash, std::string db_dir) {
     if (!carried_template_is_valid(*flash)) return false;
     // The old definition goes with the writing of the new one, in one step; here is only told, and
     // judged, what a deletion would.
+    m_replaced_file.clear();
     if (db_dir_map.contains(name)) {
         trace_deletion(name, db_dir);
-        is_active_in(name, db_dir);
+        if (is_active_in(name, db_dir)) m_replaced_file = db_dir_map.at(name);
     }
     if (!write_flash_xml_and_update_dir_map(flash, db_dir, &db_dir_map)) return false;
     return flash->get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME).empty() ||
@@ -78,57 +86,78 @@ bool ZORVA_MGR::write_flash_xml_and_update_dir_map(ZORVA_FLASH* flash, std::stri
                                                    DIR_MAP* db_dir_map) {
     ZORVA_ASSERT(flash);
     ZORVA_ASSERT(db_dir_map);
-    const std::string name = flash->get_name();
-    const std::string file = db_dir + "pgm_flash_" + name + ".xml";
-    const auto known = db_dir_map->find(name);
-    // The custom directory may have been changed since the load.
-    const bool known_elsewhere =
-        known != db_dir_map->end() && FIO_PATH(known->second).full_directory() != db_dir;
-    if (known_elsewhere || (m_interface.is_writable && !m_interface.is_writable(*flash)))
-        return refuse_update(db_dir);
-    const std::unique_ptr<PGM_COMMON_XML_ELEMENT> root(create_xml_object_with_flash_list({flash}));
-    if (!store_definition({ZORVA_DEFINITION_KIND::DEVICE, name, file, db_dir},
-                          root->take_first_child()))
-        return refuse_update(db_dir);
-    trace_device_maps("Before", db_dir_map->size(), m_flash_db_active_dir_map.size(),
-                      m_flash_map.size());
-    take_over(flash, db_dir);
-    (*db_dir_map)[name] = file;
-    m_flash_db_active_dir_map[name] = file;
-    trace_device_maps("After", db_dir_map->size(), m_flash_db_active_dir_map.size(),
+    const std::string replaced = std::exchange(m_replaced_file, {});
+    return store_device({ZORVA_DEFINITION_KIND::DEVICE, flash, ZORVA_BASIS::WHATEVER}, db_dir,
+                        *db_dir_map, replaced) ||
+           refuse_update(db_dir);
+}
+
+// One rename replaces a deletion and a writing; what both would trace is traced in their order.
+bool ZORVA_MGR::store_device(const ZORVA_NEW_DEFINITION& change, const std::string& db_dir,
+                             DIR_MAP& db_dir_map, const std::string& replaced) {
+    ZORVA_FLASH* flash = change.flash;
+    const ZORVA_DEFINITION_KEY key{change.kind, flash->get_name()};
+    const std::string file = zorva_own_file(key, db_dir);
+    const bool exists =
+        replaced == file ? has_neighbours(key, file, db_dir_map) : FIO_FILE_SYSTEM::exists(file);
+    const auto trace_room = [&] {
+        if (!exists) zorva_trace("Touch new XML file, %s", file.c_str());
+        zorva_trace("Deleting old XML file %s", file.c_str());
+    };
+    if (replaced.empty())
+        trace_room();
+    else
+        trace_found(key, replaced, db_dir_map);
+    if (!change_files({change}, db_dir, false)) return false;
+    const std::size_t gone = replaced.empty() ? 0 : 1;
+    if (gone) {
+        trace_device_maps("Before", db_dir_map.size(), m_flash_db_active_dir_map.size(),
+                          m_flash_map.size());
+        trace_device_maps("After", db_dir_map.size() - gone,
+                          m_flash_db_active_dir_map.size() - gone, m_flash_map.size() - gone);
+        if (has_neighbours(key, replaced, db_dir_map))
+            zorva_trace("Writing XML file, %s", replaced.c_str());
+        trace_room();
+    }
+    zorva_trace("Writing new XML file, %s", file.c_str());
+    trace_device_maps("Before", db_dir_map.size() - gone, m_flash_db_active_dir_map.size() - gone,
+                      m_flash_map.size() - gone);
+    adopt(flash, db_dir);
+    db_dir_map[key.name] = file;
+    m_flash_db_active_dir_map[key.name] = file;
+    trace_device_maps("After", db_dir_map.size(), m_flash_db_active_dir_map.size(),
                       m_flash_map.size());
     return true;
 }
 
 // Makes a record the one in force of its name. The one that it displaces goes if it stood in the
 // same directory; one from the other directory may still be in a caller's hands and stays alive.
-void ZORVA_MGR::take_over(ZORVA_FLASH* flash, const std::string& db_dir) {
+void ZORVA_MGR::adopt(ZORVA_FLASH* flash, const std::string& db_dir) {
     if (m_placeholder.get() == flash) static_cast<void>(m_placeholder.release());
     const auto loose =
         std::ranges::find(m_loose_flashes, flash, &std::unique_ptr<ZORVA_FLASH>::get);
     if (loose != m_loose_flashes.end()) {
         static_cast<void>(loose->release());
         m_loose_flashes.erase(loose);
+    } else {
+        // A record that was renamed leaves the name that it was stored under: the definition of
+        // that name still stands in its file and can be deleted there.
+        std::erase_if(m_flash_map, [&](const auto& entry) { return entry.second == flash; });
     }
     const std::string name = flash->get_name();
-    // A record that was renamed leaves the name that it was stored under: the definition of that
-    // name still stands in its file and can be deleted there; its record comes with the next load.
-    std::erase_if(m_flash_map,
-                  [&](const auto& entry) { return entry.second == flash && entry.first != name; });
-    ZORVA_FLASH* displaced = std::exchange(m_flash_map[name], flash);
+    std::unique_ptr<ZORVA_FLASH> displaced(std::exchange(m_flash_map[name], flash));
     flash_map_changed();
-    if (!displaced || displaced == flash) return;
-    if (m_flash == displaced) m_flash = nullptr;
-    m_loose_flashes.emplace_back(displaced);
-    if (FIO_PATH(m_flash_db_active_dir_map[name]).full_directory() == db_dir)
-        m_loose_flashes.pop_back();
+    if (!displaced) return;
+    if (m_flash == displaced.get()) m_flash = nullptr;
+    if (FIO_PATH(m_flash_db_active_dir_map[name]).full_directory() != db_dir)
+        m_loose_flashes.push_back(std::move(displaced));
 }
 
 std::string ZORVA_MGR::get_flash_document(ZORVA_FLASH* flash) {
     ZORVA_ASSERT(flash);
     if (m_interface.is_writable && !m_interface.is_writable(*flash)) return {};
-    const std::unique_ptr<PGM_COMMON_XML_ELEMENT> root(create_xml_object_with_flash_list({flash}));
-    if (m_interface.complete_flows) m_interface.complete_flows(*root->get_all_childs().front());
+    const auto root = PGM_COMMON_XML::new_root(m_interface.document);
+    root->add_child(new_device_element(*flash).release(), nullptr);
     return PGM_COMMON_XML::write_bytes(root.get());
 }
 
@@ -160,26 +189,42 @@ bool ZORVA_MGR::delete_db(std::string device_name, std::string db_dir) {
     if (m_flash_db_active_dir_map.contains(device_name)) {
         const auto file = db_dir_map.find(device_name);
         if (!is_active_in(device_name, db_dir) || file == db_dir_map.end()) return true;
-        return delete_definition(
-            {ZORVA_DEFINITION_KIND::DEVICE, device_name, file->second, db_dir});
+        return delete_definition({ZORVA_DEFINITION_KIND::DEVICE, device_name}, file->second,
+                                 db_dir);
     }
     const auto file = m_template_db_dir_map.find(device_name);
     if (file == m_template_db_dir_map.end()) return true;
-    return delete_definition({ZORVA_DEFINITION_KIND::TEMPLATE, device_name, file->second, db_dir});
+    return delete_definition({ZORVA_DEFINITION_KIND::TEMPLATE, device_name}, file->second, db_dir);
 }
 
-bool ZORVA_MGR::delete_definition(const TARGET& target) {
-    DIR_MAP& db_dir_map = dir_map_of(target.db_dir);
-    const auto trace_neighbours = [&](const DIR_MAP& map, const char* text,
-                                      ZORVA_DEFINITION_KIND kind) {
-        for (const auto& [name, file] : map)
-            if (file == target.file && (name != target.name || kind != target.kind))
+void ZORVA_MGR::trace_found(const ZORVA_DEFINITION_KEY& key, const std::string& file,
+                            const DIR_MAP& db_dir_map) const {
+    const auto trace = [&](const DIR_MAP& map, const char* text, ZORVA_DEFINITION_KIND kind) {
+        for (const auto& [name, defined_in] : map)
+            if (defined_in == file && key != ZORVA_DEFINITION_KEY{kind, name})
                 zorva_trace("%s = %s", text, name.c_str());
     };
-    trace_neighbours(db_dir_map, "Found flash name", ZORVA_DEFINITION_KIND::DEVICE);
-    trace_neighbours(m_template_db_dir_map, "Found template name", ZORVA_DEFINITION_KIND::TEMPLATE);
-    zorva_trace("Deleting XML file %s", target.file.c_str());
-    const bool is_device = target.kind == ZORVA_DEFINITION_KIND::DEVICE;
+    trace(db_dir_map, "Found flash name", ZORVA_DEFINITION_KIND::DEVICE);
+    trace(m_template_db_dir_map, "Found template name", ZORVA_DEFINITION_KIND::TEMPLATE);
+    zorva_trace("Deleting XML file %s", file.c_str());
+}
+
+// Whether a file defines anything else, as far as the maps know.
+bool ZORVA_MGR::has_neighbours(const ZORVA_DEFINITION_KEY& key, const std::string& file,
+                               const DIR_MAP& db_dir_map) const {
+    const auto holds = [&](const DIR_MAP& map, ZORVA_DEFINITION_KIND kind) {
+        return std::ranges::any_of(map, [&](const auto& entry) {
+            return entry.second == file && key != ZORVA_DEFINITION_KEY{kind, entry.first};
+        });
+    };
+    return holds(db_dir_map, ZORVA_DEFINITION_KIND::DEVICE) ||
+           holds(m_template_db_dir_map, ZORVA_DEFINITION_KIND::TEMPLATE);
+}
+
+bool ZORVA_MGR::delete_definition(const ZORVA_DEFINITION_KEY& key, std::string file,
+                                  const std::string& db_dir) {
+    DIR_MAP& db_dir_map = dir_map_of(db_dir);
+    const bool is_device = key.kind == ZORVA_DEFINITION_KIND::DEVICE;
     const auto trace_maps = [&](const char* when) {
         if (is_device)
             trace_device_maps(when, db_dir_map.size(), m_flash_db_active_dir_map.size(),
@@ -188,27 +233,27 @@ bool ZORVA_MGR::delete_definition(const TARGET& target) {
             trace_template_maps(when, m_user_flash_template_map.size(),
                                 m_template_db_dir_map.size());
     };
-    if (!rewrite_without(target)) return refuse_update(target.db_dir);
+    trace_found(key, file, db_dir_map);
+    if (!take_out_of_file(key, file, db_dir, false)) return refuse_update(db_dir);
     trace_maps("Before");
     // The record goes at once: that is what the caller asked for.
     if (is_device)
-        forget_device(target.name, target.file, db_dir_map);
+        forget_device(key.name, file, db_dir_map);
     else
-        forget_template(target.name);
+        forget_template(key.name);
     trace_maps("After");
-    if (FIO_FILE_SYSTEM::exists(target.file))
-        zorva_trace("Writing XML file, %s", target.file.c_str());
+    if (has_neighbours(key, file, db_dir_map)) zorva_trace("Writing XML file, %s", file.c_str());
     return true;
 }
 
-std::unique_ptr<ZORVA_FLASH> ZORVA_MGR::forget_device(const std::string& name,
-                                                      const std::string& file,
+std::unique_ptr<ZORVA_FLASH> ZORVA_MGR::forget_device(const std::string& name, std::string file,
                                                       DIR_MAP& db_dir_map) {
     db_dir_map.erase(name);
     const auto active = m_flash_db_active_dir_map.find(name);
     if (active == m_flash_db_active_dir_map.end() || active->second != file) return nullptr;
     m_flash_db_active_dir_map.erase(active);
     const auto record = m_flash_map.find(name);
+    // A record that was stored again under another name left this one without.
     if (record == m_flash_map.end()) return nullptr;
     std::unique_ptr<ZORVA_FLASH> flash(record->second);
     m_flash_map.erase(record);

@@ -71,6 +71,8 @@ const ZORVA_INTERFACE zorva_qspi_interface = {
     .read_device = zorva_read_qspi_device,
     .read_flows = zorva_read_qspi_flows,
     .is_writable = zorva_qspi_flows_are_writable,
+    .template_element = zorva_create_xml_user_template,
+    .copy_flows = zorva_copy_qspi_flows,
     .complete_flows = zorva_complete_qspi_flows,
 };
 

@@ -74,3 +74,7 @@ ZORVA_OPERATION* ZORVA_QSPI_MGR::create_operation(ZORVA_OP_TYPE type) {
 ZORVA_LOAD_REPORT ZORVA_QSPI_MGR::judge_files(const std::vector<std::string>& files) {
     return zorva_judge_files(zorva_qspi_interface, files);
 }
+
+ZORVA_FILE_REPORT ZORVA_QSPI_MGR::judge_bytes(const std::string& bytes, const std::string& name) {
+    return zorva_judge_bytes(zorva_qspi_interface, bytes, name).report;
+}

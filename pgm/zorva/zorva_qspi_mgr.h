@@ -56,6 +56,8 @@ class ZORVA_QSPI_MGR : public ZORVA_MGR {
     // a name counts as defined twice if two of the files in one directory define it. Posts
     // nothing. A file that can't be read is reported as SKIPPED.
     static ZORVA_LOAD_REPORT judge_files(const std::vector<std::string>& files);
+    // The same for the bytes of one document, which the report calls `name`.
+    static ZORVA_FILE_REPORT judge_bytes(const std::string& bytes, const std::string& name);
 
   protected:
     PGM_COMMON_XML_ELEMENT* create_xml_object_with_flash_list(

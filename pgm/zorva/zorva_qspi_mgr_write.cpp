@@ -1,9 +1,9 @@
 // From records and user templates to QSPI documents.
 #include "pgm/zorva/zorva_qspi_interface.h"
 #include "pgm/zorva/zorva_qspi_mgr.h"
-#include "pgm/zorva/zorva_qspi_operation.h"
 #include "pgm/zorva/zorva_qspi_write.h"
 #include "pgm/zorva/zorva_report.h"
+#include "pgm/zorva/zorva_xml_file.h"
 #include "services/file.h"
 
 #include <algorithm>
@@ -35,31 +35,6 @@ std::unique_ptr<PGM_COMMON_XML_ELEMENT> parameter_element(const ZORVA_QSPI_PARAM
     auto element = new_element(row.tag);
     element->write_value(flash.get_parameter_value_in_dword(row.param, nullptr));
     return element;
-}
-
-std::unique_ptr<PGM_COMMON_XML_ELEMENT> template_element(const std::string& name,
-                                                         const std::vector<ZORVA_OPERATION*>& sfl,
-                                                         const std::vector<ZORVA_OPERATION*>& sdm) {
-    auto user_template = new_element(PGM_COMMON_XML_ENUM_USER_TEMPLATE);
-    user_template->add_child(text_element(PGM_COMMON_XML_ENUM_TEMPLATE_NAME, name).release(),
-                             nullptr);
-    user_template->add_child(zorva_create_xml_programming_flow(sfl, sdm).release(), nullptr);
-    return user_template;
-}
-
-std::unique_ptr<PGM_COMMON_XML_ELEMENT> template_element(const std::string& name,
-                                                         ZORVA_FLASH& flash) {
-    return template_element(name, *flash.get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL),
-                            *flash.get_operation_list(ZORVA_PROG_FLOW_TYPE_SDM));
-}
-
-std::vector<ZORVA_OPERATION*> copy_of(const std::vector<ZORVA_OPERATION*>& operation_list) {
-    std::vector<ZORVA_OPERATION*> copies;
-    copies.reserve(operation_list.size());
-    for (const ZORVA_OPERATION* operation : operation_list)
-        copies.push_back(
-            new ZORVA_QSPI_OPERATION(static_cast<const ZORVA_QSPI_OPERATION&>(*operation)));
-    return copies;
 }
 
 }  // namespace
@@ -108,24 +83,11 @@ void ZORVA_QSPI_MGR::create_user_template_with_template_list(
         ZORVA_ASSERT(m_user_flash_template_map.find(template_name) !=
                      m_user_flash_template_map.end());
         const ZORVA_USER_FLASH_TEMPLATE& flows = *m_user_flash_template_map[template_name];
-        root->add_child(
-            template_element(template_name, flows.sfl_operation_list, flows.sdm_operation_list)
-                .release(),
-            nullptr);
+        root->add_child(zorva_create_xml_user_template(template_name, flows.sfl_operation_list,
+                                                       flows.sdm_operation_list)
+                            .release(),
+                        nullptr);
     }
-}
-
-bool ZORVA_QSPI_MGR::update_template_db(ZORVA_FLASH* flash, std::string db_dir) {
-    ZORVA_ASSERT(flash);
-    ZORVA_ASSERT(!flash->get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME).empty());
-    if (!carried_template_is_valid(*flash)) return false;
-    if (!write_template_xml_and_update_dir_map(flash, db_dir)) return false;
-    auto flows = std::make_unique<ZORVA_USER_FLASH_TEMPLATE>();
-    flows->sdm_operation_list = copy_of(*flash->get_operation_list(ZORVA_PROG_FLOW_TYPE_SDM));
-    flows->sfl_operation_list = copy_of(*flash->get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL));
-    const std::string name = flash->get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME);
-    delete std::exchange(m_user_flash_template_map[name], flows.release());
-    return true;
 }
 
 std::string ZORVA_QSPI_MGR::get_template_document(const std::string& template_name,
@@ -133,20 +95,30 @@ std::string ZORVA_QSPI_MGR::get_template_document(const std::string& template_na
     ZORVA_ASSERT(flash);
     if (!zorva_qspi_flows_are_writable(*flash)) return {};
     const auto root = new_root();
-    auto element = template_element(template_name, *flash);
-    zorva_complete_qspi_flows(*element);
-    root->add_child(element.release(), nullptr);
+    root->add_child(zorva_create_xml_user_template(template_name, *flash).release(), nullptr);
     return PGM_COMMON_XML::write_bytes(root.get());
+}
+
+bool ZORVA_QSPI_MGR::update_template_db(ZORVA_FLASH* flash, std::string db_dir) {
+    ZORVA_ASSERT(flash);
+    ZORVA_ASSERT(!flash->get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME).empty());
+    if (!carried_template_is_valid(*flash)) return false;
+    const std::string name = flash->get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME);
+    if (!write_template_xml_and_update_dir_map(flash, db_dir)) return false;
+    keep_template(name, *flash, m_template_db_dir_map[name]);
+    return true;
 }
 
 bool ZORVA_QSPI_MGR::write_template_xml_and_update_dir_map(ZORVA_FLASH* flash,
                                                            const std::string& db_dir) {
     const std::string name = flash->get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME);
-    const std::string file = db_dir + "pgm_flash_template_" + name + ".xml";
-    const bool stored = zorva_qspi_flows_are_writable(*flash) &&
-                        store_definition({ZORVA_DEFINITION_KIND::TEMPLATE, name, file, db_dir},
-                                         template_element(name, *flash));
-    if (!stored) return refuse_update(db_dir);
+    const std::string file = zorva_own_file({ZORVA_DEFINITION_KIND::TEMPLATE, name}, db_dir);
+    if (!FIO_FILE_SYSTEM::exists(file)) zorva_trace("Touch new XML file, %s", file.c_str());
+    zorva_trace("Deleting old XML file %s", file.c_str());
+    if (!change_files({{ZORVA_DEFINITION_KIND::TEMPLATE, flash, ZORVA_BASIS::WHATEVER}}, db_dir,
+                      false))
+        return refuse_update(db_dir);
+    zorva_trace("Writing new XML file, %s", file.c_str());
     m_template_db_dir_map[name] = file;
     return true;
 }
@@ -159,6 +131,6 @@ bool ZORVA_QSPI_MGR::delete_template(std::string template_name) {
     if (directory != get_db_kestrin_dir() && directory != get_db_custom_dir())
         return refuse_update(directory);
     trace_deletion(template_name, directory);
-    return delete_definition(
-        {ZORVA_DEFINITION_KIND::TEMPLATE, template_name, found->second, directory});
+    return delete_definition({ZORVA_DEFINITION_KIND::TEMPLATE, template_name}, found->second,
+                             directory);
 }

@@ -3,6 +3,7 @@
 #include "pgm/zorva/zorva_action_table.h"
 #include "pgm/zorva/zorva_operation_table.h"
 #include "pgm/zorva/zorva_qspi_interface.h"
+#include "pgm/zorva/zorva_qspi_operation.h"
 #include "pgm/zorva/zorva_report.h"
 
 #include <algorithm>
@@ -106,6 +107,15 @@ void complete_flow(PGM_COMMON_XML_ELEMENT& flow) {
     }
 }
 
+std::vector<ZORVA_OPERATION*> copy_of(const std::vector<ZORVA_OPERATION*>& operation_list) {
+    std::vector<ZORVA_OPERATION*> copies;
+    copies.reserve(operation_list.size());
+    for (const ZORVA_OPERATION* operation : operation_list)
+        copies.push_back(
+            new ZORVA_QSPI_OPERATION(static_cast<const ZORVA_QSPI_OPERATION&>(*operation)));
+    return copies;
+}
+
 }  // namespace
 
 bool zorva_qspi_flows_are_writable(ZORVA_FLASH& flash) {
@@ -127,6 +137,33 @@ std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_create_xml_programming_flow(
     programming_flow->add_child(
         create_xml_for_one_programming_flow(PGM_COMMON_XML_ENUM_SDM, sdm).release(), nullptr);
     return programming_flow;
+}
+
+std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_create_xml_user_template(
+    const std::string& name, const std::vector<ZORVA_OPERATION*>& sfl,
+    const std::vector<ZORVA_OPERATION*>& sdm) {
+    auto user_template = new_element(PGM_COMMON_XML_ENUM_USER_TEMPLATE);
+    auto template_name = new_element(PGM_COMMON_XML_ENUM_TEMPLATE_NAME);
+    template_name->write_string(name);
+    user_template->add_child(template_name.release(), nullptr);
+    user_template->add_child(zorva_create_xml_programming_flow(sfl, sdm).release(), nullptr);
+    return user_template;
+}
+
+std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_create_xml_user_template(const std::string& name,
+                                                                       ZORVA_FLASH& flash) {
+    auto element =
+        zorva_create_xml_user_template(name, *flash.get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL),
+                                       *flash.get_operation_list(ZORVA_PROG_FLOW_TYPE_SDM));
+    zorva_complete_qspi_flows(*element);
+    return element;
+}
+
+std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> zorva_copy_qspi_flows(ZORVA_FLASH& flash) {
+    auto flows = std::make_unique<ZORVA_USER_FLASH_TEMPLATE>();
+    flows->sdm_operation_list = copy_of(*flash.get_operation_list(ZORVA_PROG_FLOW_TYPE_SDM));
+    flows->sfl_operation_list = copy_of(*flash.get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL));
+    return flows;
 }
 
 std::optional<dword> zorva_number_to_write(const std::string& value) {

@@ -17,6 +17,15 @@ void zorva_complete_qspi_flows(PGM_COMMON_XML_ELEMENT& holder);
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_create_xml_programming_flow(
     const std::vector<ZORVA_OPERATION*>& sfl, const std::vector<ZORVA_OPERATION*>& sdm);
 
+// A new element USER_TEMPLATE, of two flows or of those of a record.
+std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_create_xml_user_template(
+    const std::string& name, const std::vector<ZORVA_OPERATION*>& sfl,
+    const std::vector<ZORVA_OPERATION*>& sdm);
+std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_create_xml_user_template(const std::string& name,
+                                                                       ZORVA_FLASH& flash);
+// The flows of a record, in objects of their own.
+std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> zorva_copy_qspi_flows(ZORVA_FLASH& flash);
+
 // A number property as it is written: "0x10" is 16, and a leading 0 means octal, so "010" is 8.
 // Nothing for one that doesn't fit 32 bits.
 std::optional<dword> zorva_number_to_write(const std::string& value);

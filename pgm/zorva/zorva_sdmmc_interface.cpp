@@ -47,5 +47,7 @@ const ZORVA_INTERFACE zorva_sdmmc_interface = {
     .read_device = read_device,
     .read_flows = nullptr,
     .is_writable = nullptr,
+    .template_element = nullptr,
+    .copy_flows = nullptr,
     .complete_flows = nullptr,
 };

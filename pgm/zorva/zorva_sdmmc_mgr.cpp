@@ -157,3 +157,7 @@ bool ZORVA_SDMMC_MGR::is_legacy_config_device(const std::string&, DEV_FAMILY_ENU
 ZORVA_LOAD_REPORT ZORVA_SDMMC_MGR::judge_files(const std::vector<std::string>& files) {
     return zorva_judge_files(zorva_sdmmc_interface, files);
 }
+
+ZORVA_FILE_REPORT ZORVA_SDMMC_MGR::judge_bytes(const std::string& bytes, const std::string& name) {
+    return zorva_judge_bytes(zorva_sdmmc_interface, bytes, name).report;
+}

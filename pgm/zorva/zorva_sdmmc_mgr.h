@@ -50,6 +50,8 @@ class ZORVA_SDMMC_MGR : public ZORVA_MGR {
 
     // As ZORVA_QSPI_MGR::judge_files, for SD/MMC documents.
     static ZORVA_LOAD_REPORT judge_files(const std::vector<std::string>& files);
+    // The same for the bytes of one document, which the report calls `name`.
+    static ZORVA_FILE_REPORT judge_bytes(const std::string& bytes, const std::string& name);
 
   protected:
     PGM_COMMON_XML_ELEMENT* create_xml_object_with_flash_list(

@@ -4,113 +4,168 @@
 #include "services/file.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <tuple>
+#include <iterator>
+#include <map>
 #include <utility>
 
-ZORVA_STORED_FILE::ZORVA_STORED_FILE(const ZORVA_INTERFACE& interface, std::string path,
-                                     DEFINED_ELSEWHERE defined_elsewhere)
-    : m_interface(&interface),
-      m_path(std::move(path)),
-      m_defined_elsewhere(std::move(defined_elsewhere)) {}
+namespace {
 
-std::optional<ZORVA_STORED_FILE> ZORVA_STORED_FILE::read(
-    const ZORVA_INTERFACE& interface, const std::string& path,
-    const DEFINED_ELSEWHERE& defined_elsewhere) {
-    ZORVA_STORED_FILE file(interface, path, defined_elsewhere);
-    std::string bytes;
-    errno = 0;
-    // Only a file that surely isn't there holds nothing.
-    const bool is_read = FIO_FILE_SYSTEM::read(path, bytes);
-    if (!is_read && errno != ENOENT) return {};
-    if (!bytes.empty() && !file.parse(bytes)) return {};
-    return file;
+// The first line of what the framework tells of a file, to stand within a sentence.
+std::string first_reason(const std::string& path, const std::string& text) {
+    std::string line = text.substr(0, text.find('\n'));
+    line.erase(line.find_last_not_of('.') + 1);
+    return line.starts_with(path + ":") ? "line " + line.substr(path.size() + 1) : line;
 }
 
-bool ZORVA_STORED_FILE::parse(const std::string& bytes) {
+void append(std::vector<std::string>& to, std::vector<std::string> from) {
+    std::ranges::move(from, std::back_inserter(to));
+}
+
+std::vector<std::string> comments_ahead(PGM_COMMON_XML_ELEMENT& element) {
+    if (!element.get_comments()) return {};
+    return std::move(element.edit_comments().ahead);
+}
+
+// In front of those that stand there.
+void put_ahead(std::vector<std::string>& comments, PGM_COMMON_XML_ELEMENT& element) {
+    if (comments.empty()) return;
+    append(comments, comments_ahead(element));
+    element.edit_comments().ahead = std::exchange(comments, {});
+}
+
+}  // namespace
+
+ZORVA_STORED_FILE::ZORVA_STORED_FILE(const ZORVA_INTERFACE& interface, std::string path)
+    : m_interface(&interface), m_path(std::move(path)) {}
+
+ZORVA_STORED_FILE::RESULT ZORVA_STORED_FILE::read(const ZORVA_INTERFACE& interface,
+                                                  const std::string& path) {
+    ZORVA_STORED_FILE file(interface, path);
+    std::string bytes;
+    // Only a file that surely isn't there holds nothing.
+    if (!FIO_FILE_SYSTEM::read(path, bytes) &&
+        FIO_FILE_SYSTEM::error() != std::errc::no_such_file_or_directory)
+        return {{}, FIO_FILE_SYSTEM::error().message()};
+    const std::string why = bytes.empty() ? std::string() : file.parse(bytes);
+    if (!why.empty()) return {{}, why};
+    return {std::move(file), {}};
+}
+
+std::string ZORVA_STORED_FILE::parse(const std::string& bytes) {
     std::string first_text;
     std::string second_text;
-    PGM_COMMON_XML::check_bytes(bytes, m_path, zorva_xsd_file(*m_interface), first_text,
-                                second_text);
-    if (!first_text.empty() || !second_text.empty()) return false;
-    const std::unique_ptr<PGM_COMMON_XML_ELEMENT> root(static_cast<PGM_COMMON_XML_ELEMENT*>(
-        PGM_COMMON_XML::parse_bytes(m_interface->document, bytes, m_path)));
-    if (!root) return false;
-    while (!root->get_all_childs().empty()) {
-        auto element = root->take_first_child();
-        const PGM_COMMON_XML_ENUM tag = element->get_type();
-        if (tag == PGM_COMMON_XML_ENUM_FLASH)
-            take(ZORVA_DEFINITION_KIND::DEVICE, std::move(element));
-        else if (tag == PGM_COMMON_XML_ENUM_USER_TEMPLATE)
-            take(ZORVA_DEFINITION_KIND::TEMPLATE, std::move(element));
-        else
-            m_others.push_back(std::move(element));
-    }
-    bool ended = false;
-    judge(ZORVA_DEFINITION_KIND::DEVICE, ended);
-    judge(ZORVA_DEFINITION_KIND::TEMPLATE, ended);
-    return true;
+    m_root.reset(static_cast<PGM_COMMON_XML_ELEMENT*>(PGM_COMMON_XML::read_bytes(
+        bytes, m_path, zorva_xsd_file(*m_interface), first_text, second_text)));
+    if (!m_root) return first_reason(m_path, first_text.empty() ? second_text : first_text);
+    while (!m_root->get_all_childs().empty()) take(m_root->take_first_child());
+    return {};
 }
 
-void ZORVA_STORED_FILE::take(ZORVA_DEFINITION_KIND kind,
-                             std::unique_ptr<PGM_COMMON_XML_ELEMENT> element) {
-    ZORVA_DEFINITION_KEY key{kind, zorva_definition_name(*element)};
-    m_definitions.push_back({std::move(key), false, std::move(element)});
+void ZORVA_STORED_FILE::take(std::unique_ptr<PGM_COMMON_XML_ELEMENT> element) {
+    const PGM_COMMON_XML_ENUM tag = element->get_type();
+    if (tag != PGM_COMMON_XML_ENUM_FLASH && tag != PGM_COMMON_XML_ENUM_USER_TEMPLATE) {
+        m_others.push_back(std::move(element));
+        return;
+    }
+    const auto kind = tag == PGM_COMMON_XML_ENUM_FLASH ? ZORVA_DEFINITION_KIND::DEVICE
+                                                       : ZORVA_DEFINITION_KIND::TEMPLATE;
+    ZORVA_MET met{{kind, zorva_definition_name(*element)}, zorva_is_taken(*m_interface, *element)};
+    m_definitions.push_back({std::move(met), std::move(element)});
 }
 
-// Marks what a load takes. A bad device or a repeated name ends the file, templates included; a
-// bad template is only left out.
-void ZORVA_STORED_FILE::judge(ZORVA_DEFINITION_KIND kind, bool& ended) {
-    std::vector<std::string> names;
-    for (STORED& definition : m_definitions) {
-        if (ended) return;
-        if (definition.key.kind != kind) continue;
-        const bool good = zorva_is_taken(*m_interface, *definition.element);
-        const bool repeated = m_defined_elsewhere(definition.key) ||
-                              std::ranges::find(names, definition.key.name) != names.end();
-        definition.in_force = good && !repeated;
-        if (definition.in_force) names.push_back(definition.key.name);
-        ended = (good && repeated) || (!good && kind == ZORVA_DEFINITION_KIND::DEVICE);
-    }
+ZORVA_CONTENTS ZORVA_STORED_FILE::contents() const {
+    ZORVA_CONTENTS contents;
+    contents.reserve(m_definitions.size());
+    for (const auto kind : {ZORVA_DEFINITION_KIND::DEVICE, ZORVA_DEFINITION_KIND::TEMPLATE})
+        for (const STORED& definition : m_definitions)
+            if (definition.met.key.kind == kind) contents.push_back(definition.met);
+    return contents;
 }
 
 bool ZORVA_STORED_FILE::holds(const ZORVA_DEFINITION_KEY& key) const {
-    return std::ranges::find(m_definitions, key, &STORED::key) != m_definitions.end();
+    return find(key) != nullptr;
 }
 
 bool ZORVA_STORED_FILE::is_empty() const { return m_definitions.empty() && m_others.empty(); }
 
-void ZORVA_STORED_FILE::erase(const ZORVA_DEFINITION_KEY& key) {
-    std::erase_if(m_definitions, [&](const STORED& definition) { return definition.key == key; });
+const PGM_COMMON_XML_ELEMENT* ZORVA_STORED_FILE::find(const ZORVA_DEFINITION_KEY& key) const {
+    const auto found = std::ranges::find_if(
+        m_definitions, [&](const STORED& definition) { return definition.met.key == key; });
+    return found == m_definitions.end() ? nullptr : found->element.get();
 }
 
-void ZORVA_STORED_FILE::insert(ZORVA_DEFINITION_KEY key,
-                               std::unique_ptr<PGM_COMMON_XML_ELEMENT> element) {
-    m_definitions.push_back({std::move(key), true, std::move(element)});
+void ZORVA_STORED_FILE::erase(const ZORVA_DEFINITION_KEY& key) { erase_but(key, nullptr); }
+
+void ZORVA_STORED_FILE::put(const ZORVA_DEFINITION_KEY& key,
+                            std::unique_ptr<PGM_COMMON_XML_ELEMENT> element) {
+    const PGM_COMMON_XML_ELEMENT* kept = element.get();
+    const auto first = std::ranges::find_if(
+        m_definitions, [&](const STORED& definition) { return definition.met.key == key; });
+    if (first == m_definitions.end()) {
+        m_definitions.push_back({{key, true}, std::move(element)});
+        return;
+    }
+    std::vector<std::string> comments = comments_ahead(*first->element);
+    put_ahead(comments, *element);
+    *first = {{key, true}, std::move(element)};
+    erase_but(key, kept);
 }
 
-std::optional<std::string> ZORVA_STORED_FILE::to_bytes() {
-    const auto behind =
-        std::stable_partition(m_definitions.begin(), m_definitions.end(),
-                              [](const STORED& definition) { return definition.in_force; });
-    std::sort(m_definitions.begin(), behind, [](const STORED& a, const STORED& b) {
-        return std::tie(a.key.kind, a.key.name) < std::tie(b.key.kind, b.key.name);
-    });
-    const auto root = PGM_COMMON_XML::new_root(m_interface->document);
-    for (auto& element : m_others) root->add_child(element.release(), nullptr);
-    for (STORED& definition : m_definitions) root->add_child(definition.element.release(), nullptr);
-    std::string bytes = PGM_COMMON_XML::write_bytes(root.get());
-    if (bytes.empty() || !loads_as_expected(bytes)) return {};
+void ZORVA_STORED_FILE::erase_but(const ZORVA_DEFINITION_KEY& key,
+                                  const PGM_COMMON_XML_ELEMENT* kept) {
+    const auto goes = [&](const STORED& definition) {
+        return definition.met.key == key && definition.element.get() != kept;
+    };
+    std::vector<std::string> comments;
+    for (STORED& definition : m_definitions) {
+        if (goes(definition))
+            append(comments, comments_ahead(*definition.element));
+        else
+            put_ahead(comments, *definition.element);
+    }
+    if (!comments.empty()) {
+        std::vector<std::string>& at_end = root().edit_comments().at_end;
+        append(comments, std::exchange(at_end, {}));
+        at_end = std::move(comments);
+    }
+    std::erase_if(m_definitions, goes);
+}
+
+PGM_COMMON_XML_ELEMENT& ZORVA_STORED_FILE::root() {
+    if (!m_root) m_root = PGM_COMMON_XML::new_root(m_interface->document);
+    return *m_root;
+}
+
+// Of a name that stands in the file twice, only the first can be in force.
+void ZORVA_STORED_FILE::sort(const std::set<ZORVA_DEFINITION_KEY>& in_force) {
+    std::map<ZORVA_DEFINITION_KEY, STORED> first;
+    std::vector<STORED> behind;
+    for (STORED& definition : m_definitions) {
+        const ZORVA_DEFINITION_KEY key = definition.met.key;
+        if (in_force.contains(key) && !first.contains(key))
+            first.emplace(key, std::move(definition));
+        else
+            behind.push_back(std::move(definition));
+    }
+    m_definitions.clear();
+    for (auto& [key, definition] : first) m_definitions.push_back(std::move(definition));
+    std::ranges::move(behind, std::back_inserter(m_definitions));
+}
+
+std::optional<std::string> ZORVA_STORED_FILE::to_bytes(
+    const std::set<ZORVA_DEFINITION_KEY>& in_force) {
+    sort(in_force);
+    const auto written = PGM_COMMON_XML::new_root(m_interface->document);
+    if (root().get_comments()) written->edit_comments() = std::move(root().edit_comments());
+    for (auto& element : m_others) written->add_child(element.release(), nullptr);
+    for (STORED& definition : m_definitions)
+        written->add_child(definition.element.release(), nullptr);
+    std::string bytes = PGM_COMMON_XML::write_bytes(written.get());
+    if (bytes.empty() || !reads_back(bytes)) return {};
     return bytes;
 }
 
-// A definition that a load didn't take may come out in force: the one that stood before it may be
-// gone. The reverse would be a loss.
-bool ZORVA_STORED_FILE::loads_as_expected(const std::string& bytes) const {
-    ZORVA_STORED_FILE again(*m_interface, m_path, m_defined_elsewhere);
-    return again.parse(bytes) &&
-           std::ranges::equal(
-               m_definitions, again.m_definitions, [](const STORED& expected, const STORED& read) {
-                   return expected.key == read.key && (read.in_force || !expected.in_force);
-               });
+bool ZORVA_STORED_FILE::reads_back(const std::string& bytes) const {
+    ZORVA_STORED_FILE again(*m_interface, m_path);
+    return again.parse(bytes).empty() && again.contents() == contents();
 }

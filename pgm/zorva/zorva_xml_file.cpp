@@ -27,12 +27,22 @@ bool zorva_is_shipped_file(const std::string& path) {
     return false;
 }
 
+std::string zorva_own_file(const ZORVA_DEFINITION_KEY& key, const std::string& directory) {
+    const bool is_device = key.kind == ZORVA_DEFINITION_KIND::DEVICE;
+    return directory + (is_device ? "pgm_flash_" : "pgm_flash_template_") + key.name + ".xml";
+}
+
 std::string zorva_golden_template_file(const ZORVA_INTERFACE& interface) {
     return PGM_COMMON::pgm_get_common_programmer() + "xml/" + interface.golden_file;
 }
 
 std::string zorva_xsd_file(const ZORVA_INTERFACE& interface) {
     return PGM_COMMON::pgm_get_common_programmer() + "xsd/" + interface.xsd_file;
+}
+
+bool zorva_is_empty_file(const std::string& path) {
+    std::string bytes;
+    return FIO_FILE_SYSTEM::read(path, bytes) && bytes.empty();
 }
 
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_parse_xml_file(const ZORVA_INTERFACE& interface,

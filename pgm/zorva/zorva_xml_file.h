@@ -1,6 +1,7 @@
 // From file names to trees: where an interface's files lie and how one file is read.
 #pragma once
 
+#include "pgm/zorva/zorva_change.h"
 #include "pgm/zorva/zorva_interface.h"
 
 #include <memory>
@@ -15,9 +16,14 @@ inline constexpr const char* ZORVA_SDMMC_SHIPPED_FILE = "pgm_flash_db_sdmmc.xml"
 // True if a path leads to a shipped file, or would make one in the installation directory.
 bool zorva_is_shipped_file(const std::string& path);
 
+// The file of its own that a definition is stored in, in a directory.
+std::string zorva_own_file(const ZORVA_DEFINITION_KEY& key, const std::string& directory);
+
 // Path of the shipped file and of the schema of an interface.
 std::string zorva_golden_template_file(const ZORVA_INTERFACE& interface);
 std::string zorva_xsd_file(const ZORVA_INTERFACE& interface);
+
+bool zorva_is_empty_file(const std::string& path);
 
 // The tree of a file, checked against the schema unless `golden`. Null for a file that can't be
 // taken; *error then tells why, for one with several faults in as many lines.

@@ -69,7 +69,7 @@ struct manager : ZORVA_QSPI_MGR {
     static void keep_all() {
         keep(&manager::call_base, &manager::report_file, &manager::fill_family_info,
              &manager::parse_shipped_xml, &manager::update_flash_list, &manager::parse_user_xml,
-             &manager::carried_template_is_valid, &manager::store_definition,
+             &manager::carried_template_is_valid, &manager::change_files, &manager::keep_template,
              &manager::delete_definition, &manager::trace_deletion, &manager::refuse_update,
              &manager::adopt_new_flash, &manager::drop_placeholder, &manager::family_info,
              &manager::suits_family, &manager::served_families);
@@ -77,6 +77,8 @@ struct manager : ZORVA_QSPI_MGR {
 };
 
 void keep_services() {
+    keep(&FIO_FIND::error, &FIO_FIND::passed_over, &FIO_FILE_SYSTEM::mode, &FIO_FILE_SYSTEM::follow,
+         &FIO_FILE_SYSTEM::may_change, &FIO_FILE_SYSTEM::error, &FIO_DIRECTORY_LOCK::any_is_held);
     keep(&FIO_PATH::full_directory, &FIO_PATH::fullpath,
          one<std::string() const>(&FIO_PATH::filename), one<void(std::string)>(&FIO_PATH::filename),
          &FIO_FIND::find_first, &FIO_FIND::find_next, &FIO_FILE_SYSTEM::exists,
@@ -105,7 +107,7 @@ void keep_xml() {
          &E::read_attribute, &E::read_attribute_from_text, &E::edit_comments);
     using X = PGM_COMMON_XML;
     keep(&X::check_xsd, &X::parse_xml, &X::new_element, &X::new_root, &X::write_xml,
-         &X::write_bytes, &X::check_bytes, &X::parse_bytes);
+         &X::write_bytes, &X::check_bytes, &X::parse_bytes, &X::read_bytes, &X::root_name);
     using C = PGM_COMMON;
     keep(&C::pgm_get_common_programmer, &C::change_folder_slash, &C::compare_string,
          &C::convert_string_to_qword, &C::convert_string_to_dword,
@@ -126,8 +128,10 @@ void keep_database() {
          &M::get_custom_dir_from_ini, &M::save_custom_dir_to_ini,
          &M::convert_data_list_string_to_byte_array, &M::get_flash_list_with_id,
          &M::get_family_info, &M::get_flash_file, &M::get_flash_document, &M::get_message_list,
-         &ZORVA_QSPI_MGR::get_template_document, &ZORVA_QSPI_MGR::judge_files,
-         &ZORVA_SDMMC_MGR::judge_files);
+         &M::store_definitions, &M::remove_definition, &M::try_definitions, &M::try_removal,
+         &M::get_change_outcome, &M::read_document, &ZORVA_QSPI_MGR::get_template_document,
+         &ZORVA_QSPI_MGR::judge_files, &ZORVA_QSPI_MGR::judge_bytes, &ZORVA_SDMMC_MGR::judge_files,
+         &ZORVA_SDMMC_MGR::judge_bytes);
     using H = ZORVA_HELPER;
     keep(&H::get_helper, &H::get_active_flash_manager,
          one<M*(T, bool, bool)>(&H::get_flash_manager), one<M*(F, bool)>(&H::get_flash_manager),

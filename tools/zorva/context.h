@@ -35,6 +35,9 @@ class context {
         return *m_database;
     }
 
+    // What was loaded, and all that was taken from it, goes; the next call loads anew.
+    void forget_db() { m_database.reset(); }
+
   private:
     const global_options& m_options;
     output& m_out;

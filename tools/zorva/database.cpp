@@ -121,8 +121,9 @@ void database::report_faulty_files(output& out) const {
         const bool refuses = std::ranges::any_of(report.definitions, [](const auto& definition) {
             return definition.state == ZORVA_DEFINITION_STATE::REFUSED;
         });
-        if (file.switched_off_by != nullptr) continue;
-        if (report.state == ZORVA_FILE_STATE::READ && !refuses) continue;
+        const bool is_whole =
+            report.state == ZORVA_FILE_STATE::READ || report.state == ZORVA_FILE_STATE::PASSED_OVER;
+        if (file.switched_off_by != nullptr || (is_whole && !refuses)) continue;
         const bool skipped = report.state == ZORVA_FILE_STATE::SKIPPED;
         out.warning("warning[file]", fmt::format("{} was {}; 'zorva lint' tells why.", report.path,
                                                  skipped ? "skipped" : "read in part"));

@@ -1,8 +1,8 @@
 // zorva import, zorva export
 #include "tools/zorva/command_line.h"
+#include "tools/zorva/input.h"
 #include "tools/zorva/interface.h"
 #include "tools/zorva/lint.h"
-#include "tools/zorva/loaded_file.h"
 #include "tools/zorva/record.h"
 #include "tools/zorva/text.h"
 #include "tools/zorva/writer.h"
@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <set>
 
 namespace zorva_tool {
 
@@ -29,8 +30,8 @@ struct export_options {
     std::string file;
 };
 
-ZORVA_MGR& manager_for(const database& db, const std::string& file) {
-    const interface_row& row = interface_for(file);
+ZORVA_MGR& manager_for(const database& db, const std::string& bytes) {
+    const interface_row& row = interface_for_bytes(bytes);
     const auto found = std::ranges::find(db.managers(), row.family, &ZORVA_MGR::get_flash_family);
     if (found == db.managers().end()) throw switched_off(row, row.setting);
     check_new_devices_are_supported(**found);
@@ -39,51 +40,40 @@ ZORVA_MGR& manager_for(const database& db, const std::string& file) {
 
 // Every name has to be free before the first is written.
 void check_names(const database& db, ZORVA_MGR& manager,
-                 const std::vector<ZORVA_DEFINITION>& definitions) {
-    const auto is_device = [&](const std::string& name) {
-        return std::ranges::any_of(definitions, [&](const ZORVA_DEFINITION& definition) {
-            return definition.kind == ZORVA_DEFINITION_KIND::DEVICE && definition.name == name;
-        });
-    };
-    for (const ZORVA_DEFINITION& definition : definitions) {
-        if (definition.kind == ZORVA_DEFINITION_KIND::DEVICE) {
-            check_new_device_name(db, manager, definition.name);
-        } else {
-            check_new_template_name(db, manager, definition.name);
-            if (is_device(definition.name))
-                throw refusal(fmt::format(
-                    "A device and a template of the file are both named '{}'.", definition.name));
+                 const std::vector<ZORVA_NEW_DEFINITION>& definitions) {
+    std::set<std::string> devices;
+    for (const auto& [kind, flash, basis] : definitions) {
+        if (kind == ZORVA_DEFINITION_KIND::DEVICE) {
+            check_new_device_name(db, manager, flash->get_name());
+            devices.insert(flash->get_name());
+            continue;
         }
-        if (definition.state != ZORVA_DEFINITION_STATE::IN_FORCE)
-            throw refusal(fmt::format("The definition of '{}' in line {} isn't taken.",
-                                      definition.name, definition.line));
+        const std::string name = flash->get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME);
+        check_new_template_name(db, manager, name);
+        if (devices.contains(name))
+            throw refusal(
+                fmt::format("A device and a template of the file are both named '{}'.", name));
     }
 }
 
 int import_file(context& context, const import_options& options) {
-    const int judged = judge_file(context, options.file);
+    const bool is_input = options.file == standard_input;
+    const std::string name = is_input ? input_name : options.file;
+    std::string bytes = is_input ? context.out().input() : std::string();
+    if (!is_input)
+        if (const std::string why = read_file(options.file, bytes); !why.empty())
+            return tell_unreadable(context, name, why);
+    const int judged = judge_document(context, bytes, name);
     if (judged != exit_done) return judged;
     const database& db = context.db();
-    ZORVA_MGR& manager = manager_for(db, options.file);
+    ZORVA_MGR& manager = manager_for(db, bytes);
     const std::string directory = directory_for_new(db, options.write.to);
-    loaded_file loaded(manager, options.file);
-    const std::vector<ZORVA_DEFINITION> definitions = loaded.definitions();
+    const quiet quiet;
+    const auto definitions = manager.read_document(bytes, name).definitions;
     check_names(db, manager, definitions);
     if (definitions.empty()) throw refusal("The file defines no device and no template.");
     writer writer(context, options.write);
-    for (const ZORVA_DEFINITION& definition : definitions) {
-        const std::string& name = definition.name;
-        if (definition.kind == ZORVA_DEFINITION_KIND::DEVICE) {
-            ZORVA_FLASH& original = *loaded.manager().get_flash(name, true);
-            writer.store_device(manager, new_copy(manager, original, name), directory);
-        } else {
-            ZORVA_FLASH& original = new_template(loaded.manager(), name);
-            copy_template_flows(loaded.manager(), original, name);
-            ZORVA_FLASH& carrier = new_template(manager, name);
-            copy_flows(carrier, original);
-            writer.store_template(manager, carrier, directory);
-        }
-    }
+    writer.store(manager, definitions, directory);
     return writer.finish();
 }
 
@@ -111,15 +101,16 @@ int export_device(context& context, const export_options& options) {
             fmt::format("{} is a legacy device; there is nothing to write of it.", device.name));
     const std::string document = device.manager->get_flash_document(device.flash);
     output& out = context.out();
-    if (!options.file.empty()) write_new_file(options.file, document);
+    const bool is_file = !options.file.empty() && options.file != "-";
+    if (is_file) write_new_file(options.file, document);
     if (out.is_json()) {
         json members = {{"name", device.name}};
-        if (options.file.empty())
-            members["document"] = document;
-        else
+        if (is_file)
             members["path"] = options.file;
+        else
+            members["document"] = document;
         out.document("ok", members);
-    } else if (options.file.empty()) {
+    } else if (!is_file) {
         out.bytes(document);
     } else {
         out.line(printable(options.file));
@@ -135,9 +126,10 @@ void add_exchange(command_line& line) {
         line.add(line.app(), "import",
                  "Take the devices and templates of a file, after 'zorva lint' has passed it",
                  "  zorva import pgm_flash_MY_QUAD_FLASH.xml\n"
-                 "  zorva import flashes.xml --to installation",
+                 "  zorva import flashes.xml --to installation\n"
+                 "  zorva import - < flashes.xml",
                  [import_from](context& context) { return import_file(context, *import_from); });
-    import_command->add_option("FILE", import_from->file, "A file of any name")
+    import_command->add_option("FILE", import_from->file, "A file of any name; - is standard input")
         ->required()
         ->type_name("");
     add_to(*import_command, import_from->write);
@@ -152,7 +144,9 @@ void add_exchange(command_line& line) {
     export_command->add_option("DEVICE", export_to->name, "Name of the device")
         ->required()
         ->type_name("");
-    export_command->add_option("-o,--output", export_to->file, "The new file; else standard output")
+    export_command
+        ->add_option("-o,--output", export_to->file,
+                     "The new file; else, and for -, standard output")
         ->type_name("FILE");
 }
 

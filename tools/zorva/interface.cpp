@@ -17,10 +17,11 @@ namespace {
 
 constexpr interface_row interface_table[] = {
     {"qspi", "QSPI", DEV_FAMILY_QSPI_FLASH, "pgm_flash_db_qspi.xml", "QSPI_FLASH",
-     &PGMDEV_DEVICE_INFO::qspi, nullptr, nullptr, &ZORVA_QSPI_MGR::judge_files},
+     &PGMDEV_DEVICE_INFO::qspi, nullptr, nullptr, &ZORVA_QSPI_MGR::judge_files,
+     &ZORVA_QSPI_MGR::judge_bytes},
     {"sdmmc", "SD/MMC", DEV_FAMILY_SDMMC_FLASH, "pgm_flash_db_sdmmc.xml", "SDMMC_FLASH",
      &PGMDEV_DEVICE_INFO::sdmmc, "pgm_enable_sdmmc", "pgm_enable_custom_sdmmc",
-     &ZORVA_SDMMC_MGR::judge_files},
+     &ZORVA_SDMMC_MGR::judge_files, &ZORVA_SDMMC_MGR::judge_bytes},
 };
 
 }  // namespace

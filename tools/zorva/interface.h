@@ -23,6 +23,7 @@ struct interface_row {
     const char* custom_setting;        // the same for devices of one's own
     // Judges files without loading the database.
     ZORVA_LOAD_REPORT (*judge_files)(const std::vector<std::string>& files);
+    ZORVA_FILE_REPORT (*judge_bytes)(const std::string& bytes, const std::string& name);
 };
 
 // The interfaces that `name` selects, "all" or the name of one.

@@ -1,7 +1,6 @@
 // zorva lint
 #include "tools/zorva/lint.h"
 
-#include "services/host.h"
 #include "tools/zorva/command_line.h"
 #include "tools/zorva/input.h"
 #include "tools/zorva/interface.h"
@@ -13,7 +12,6 @@
 
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <set>
 #include <system_error>
 #include <utility>
@@ -41,31 +39,6 @@ void add_unreadable(lint_result& result, const std::string& file, const std::str
     result.has_unreadable = true;
     add_finding(result, file, 0, "file", sentence);
 }
-
-// The disk, with the bytes of standard input beside it under a name of its own.
-class disk_with_input : public pgm_host::file_system {
-  public:
-    static constexpr const char* input_name = "<stdin>";
-
-    explicit disk_with_input(std::string bytes) : m_bytes(std::move(bytes)) {
-        pgm_host::set_file_system(this);
-    }
-    ~disk_with_input() override { pgm_host::set_file_system(nullptr); }
-    disk_with_input(const disk_with_input&) = delete;
-    disk_with_input& operator=(const disk_with_input&) = delete;
-
-    bool exists(const std::string& path) override {
-        return path == input_name || file_system::exists(path);
-    }
-    bool read(const std::string& path, std::string& bytes) override {
-        if (path != input_name) return file_system::read(path, bytes);
-        bytes = m_bytes;
-        return true;
-    }
-
-  private:
-    std::string m_bytes;
-};
 
 // A file that can be read, and the interface that it is meant for.
 struct readable_file {
@@ -184,28 +157,43 @@ int exit_code_of(const lint_result& result) {
     return result.findings.empty() ? exit_done : exit_no;
 }
 
+const interface_row& interface_of_document(const context& context, const std::string& bytes) {
+    const interface_row* asked = asked_interface(context);
+    return asked == nullptr ? interface_for_bytes(bytes) : *asked;
+}
+
 int lint(context& context, const std::vector<std::string>& arguments) {
-    constexpr const char* standard_input = "-";
     lint_result result;
     file_list files(result, asked_interface(context));
-    std::optional<disk_with_input> disk;
+    bool takes_input = false;
     for (const std::string& argument : arguments) {
-        if (argument == standard_input && !disk) disk.emplace(context.out().input());
-        files.add_argument(argument == standard_input ? disk_with_input::input_name : argument);
+        if (argument == standard_input)
+            takes_input = true;
+        else
+            files.add_argument(argument);
     }
     judge(result, files.files());
+    if (takes_input) {
+        const std::string bytes = context.out().input();
+        add_file(result, interface_of_document(context, bytes).judge_bytes(bytes, input_name));
+    }
     print(context.out(), result);
     return exit_code_of(result);
 }
 
 }  // namespace
 
-int judge_file(context& context, const std::string& file) {
+int judge_document(context& context, const std::string& bytes, const std::string& name) {
     lint_result result;
-    file_list files(result, asked_interface(context));
-    files.add_file(file);
-    judge(result, files.files());
+    add_file(result, interface_of_document(context, bytes).judge_bytes(bytes, name));
     if (!result.findings.empty()) print(context.out(), result);
+    return exit_code_of(result);
+}
+
+int tell_unreadable(context& context, const std::string& name, const std::string& why) {
+    lint_result result;
+    add_unreadable(result, name, why);
+    print(context.out(), result);
     return exit_code_of(result);
 }
 

@@ -38,6 +38,10 @@ void ask(output& out, const std::string& question,
     }
 }
 
+void note_if_any(output& out, const std::string& note) {
+    if (!note.empty()) out.note(note);
+}
+
 // The fields that a device of the interface has to have.
 std::vector<const field*> fields_of(ZORVA_MGR& manager) {
     std::vector<const field*> fields;
@@ -74,13 +78,16 @@ ZORVA_FLASH& fill(context& context, ZORVA_MGR& manager, const new_options& optio
     ZORVA_FLASH& flash = *manager.create_flash(name);
     for (const field& field : device_fields())
         if (field.editor != nullptr && options.values.at(field.name))
-            field.editor->set(manager, flash, *options.values.at(field.name));
+            note_if_any(context.out(),
+                        field.editor->set(manager, flash, *options.values.at(field.name)));
     for (const field* field : fields_of(manager)) {
         const field_editor& editor = *field->editor;
         if (!options.values.at(field->name))
             ask(context.out(),
                 fmt::format("{} ({}): ", field->label, editor.allowed(manager, editor.param)),
-                [&](const std::string& answer) { editor.set(manager, flash, answer); });
+                [&](const std::string& answer) {
+                    note_if_any(context.out(), editor.set(manager, flash, answer));
+                });
     }
     return flash;
 }
@@ -104,13 +111,15 @@ int make_new(context& context, const new_options& options) {
     const bool saves_template = !options.save_template.empty();
     if (saves_template) check_template(context, manager, options.save_template, name);
     ZORVA_FLASH& flash = fill(context, manager, options, name);
-    writer writer(context, options.write);
-    writer.store_device(manager, flash, directory);
+    std::vector<ZORVA_NEW_DEFINITION> definitions{
+        {ZORVA_DEFINITION_KIND::DEVICE, &flash, ZORVA_BASIS::NEW}};
     if (saves_template) {
         ZORVA_FLASH& carrier = new_template(manager, options.save_template);
         copy_flows(carrier, flash);
-        writer.store_template(manager, carrier, directory);
+        definitions.push_back({ZORVA_DEFINITION_KIND::TEMPLATE, &carrier, ZORVA_BASIS::NEW});
     }
+    writer writer(context, options.write);
+    writer.store(manager, definitions, directory);
     return writer.finish();
 }
 

@@ -135,7 +135,8 @@ std::vector<std::string> settable_fields() {
     return names;
 }
 
-void apply(ZORVA_MGR& manager, ZORVA_FLASH& flash, const std::vector<std::string>& assignments) {
+void apply(output& out, ZORVA_MGR& manager, ZORVA_FLASH& flash,
+           const std::vector<std::string>& assignments) {
     for (const std::string& assignment : assignments) {
         const std::size_t sign = assignment.find('=');
         if (sign == std::string::npos)
@@ -143,10 +144,10 @@ void apply(ZORVA_MGR& manager, ZORVA_FLASH& flash, const std::vector<std::string
                           fmt::format("'{}' sets nothing; voltage=1.8V does.", assignment));
         const std::string what = assignment.substr(0, sign);
         const std::string value = assignment.substr(sign + 1);
-        if (what.find('.') == std::string::npos)
-            editor_of(what).set(manager, flash, value);
-        else
-            set_property(manager, flash, what, value);
+        const std::string note = what.find('.') == std::string::npos
+                                     ? editor_of(what).set(manager, flash, value)
+                                     : set_property(manager, flash, what, value);
+        if (!note.empty()) out.note(note);
     }
 }
 

@@ -32,7 +32,9 @@ void copy_template_flows(ZORVA_MGR& manager, ZORVA_FLASH& flash, const std::stri
 
 // The names of the fields that can be set.
 std::vector<std::string> settable_fields();
-// Sets what "FIELD=VALUE" says, or "FLOW.OPERATION[NUMBER].PROPERTY=VALUE", one after the other.
-void apply(ZORVA_MGR& manager, ZORVA_FLASH& flash, const std::vector<std::string>& assignments);
+// Sets what "FIELD=VALUE" says, or "FLOW.OPERATION[NUMBER].PROPERTY=VALUE", one after the other,
+// and tells of values that were read in an unexpected way.
+void apply(output& out, ZORVA_MGR& manager, ZORVA_FLASH& flash,
+           const std::vector<std::string>& assignments);
 
 }  // namespace zorva_tool

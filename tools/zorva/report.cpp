@@ -96,6 +96,8 @@ const char* met_file::state() const {
             return "read";
         case ZORVA_FILE_STATE::READ_IN_PART:
             return "read in part";
+        case ZORVA_FILE_STATE::PASSED_OVER:
+            return "passed over";
         case ZORVA_FILE_STATE::SKIPPED:
             break;
     }

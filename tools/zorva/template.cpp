@@ -47,7 +47,8 @@ int save(context& context, const template_options& options) {
     ZORVA_FLASH& carrier = new_template(manager, options.name);
     copy_flows(carrier, *device.flash);
     writer writer(context, options.write);
-    writer.store_template(manager, carrier, directory);
+    writer.store(manager, {{ZORVA_DEFINITION_KIND::TEMPLATE, &carrier, ZORVA_BASIS::NEW}},
+                 directory);
     return writer.finish();
 }
 
@@ -69,7 +70,8 @@ int remove(context& context, const template_options& options) {
                                   "removed.",
                                   options.name));
     writer writer(context, options.write);
-    writer.remove_template(manager, options.name, file_of(manager, options.name));
+    writer.remove(manager, {ZORVA_DEFINITION_KIND::TEMPLATE, options.name},
+                  file_of(manager, options.name));
     return writer.finish();
 }
 

@@ -33,6 +33,41 @@ void check_document(const std::string& document, const std::string& name) {
                         name));
 }
 
+struct stored {
+    std::string name;
+    std::string path;
+    std::string document;
+};
+
+stored document_of(ZORVA_MGR& manager, const ZORVA_NEW_DEFINITION& definition,
+                   const std::string& directory) {
+    ZORVA_FLASH& flash = *definition.flash;
+    if (definition.kind == ZORVA_DEFINITION_KIND::DEVICE)
+        return {flash.get_name(), device_path(directory, flash.get_name()),
+                manager.get_flash_document(&flash)};
+    const std::string name = flash.get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME);
+    return {name, template_path(directory, name),
+            ZORVA_QSPI_MGR::get_template_document(name, &flash)};
+}
+
+// Why a change didn't come about; `what` names it.
+[[noreturn]] void fail(const ZORVA_CHANGE_OUTCOME& outcome, const std::string& what) {
+    const std::string sentence = fmt::format("{}: {} Nothing has changed.", what, outcome.sentence);
+    switch (outcome.state) {
+        case ZORVA_CHANGE_STATE::NAME_TAKEN:
+            throw refusal(outcome.sentence, outcome.message_id);
+        case ZORVA_CHANGE_STATE::CHANGED_SINCE:
+            throw changed_since(sentence);
+        case ZORVA_CHANGE_STATE::PROTECTED:
+            throw failure(exit_protected, sentence);
+        case ZORVA_CHANGE_STATE::DONE:
+        case ZORVA_CHANGE_STATE::REFUSED:
+        case ZORVA_CHANGE_STATE::FILE_FAILED:
+            break;
+    }
+    throw failure(exit_file, sentence);
+}
+
 void note_contradictions(output& out, ZORVA_MGR& manager, ZORVA_FLASH& flash) {
     if (!manager.is_flash_operation_supported()) return;
     for (const std::string& place : contradictions_of_id(flash))
@@ -52,57 +87,42 @@ void add_dry_run(CLI::App& command, write_options& options) {
                      "Print what would be written, and change nothing");
 }
 
-void writer::store_device(ZORVA_MGR& manager, ZORVA_FLASH& flash, const std::string& directory) {
-    const std::string name = flash.get_name();
-    const std::string path = device_path(directory, name);
-    const std::string document = manager.get_flash_document(&flash);
-    check_document(document, name);
-    note_contradictions(m_context.out(), manager, flash);
-    if (!m_dry_run) {
-        const std::string old_path = manager.get_flash_file(name);
-        make_missing(directory);
-        const quiet quiet;
-        if (!manager.update_db(&flash, directory)) fail(name, path);
-        if (!old_path.empty() && old_path != path)
-            m_context.out().note(fmt::format("{} no longer defines it.", old_path));
+void writer::store(ZORVA_MGR& manager, const std::vector<ZORVA_NEW_DEFINITION>& definitions,
+                   const std::string& directory) {
+    std::vector<stored> all;
+    for (const ZORVA_NEW_DEFINITION& definition : definitions) {
+        all.push_back(document_of(manager, definition, directory));
+        check_document(all.back().document, all.back().name);
+        if (definition.kind == ZORVA_DEFINITION_KIND::DEVICE)
+            note_contradictions(m_context.out(), manager, *definition.flash);
     }
-    add(name, path, document);
+    const std::string old_path = manager.get_flash_file(all.front().name);
+    if (!m_dry_run) make_missing(directory);
+    const quiet quiet;
+    const bool done = m_dry_run ? !FIO_FILE_SYSTEM::exists(directory) ||
+                                      manager.try_definitions(definitions, directory)
+                                : manager.store_definitions(definitions, directory);
+    if (!done) {
+        std::vector<std::string> names(all.size());
+        std::ranges::transform(all, names.begin(), &stored::name);
+        fail(manager.get_change_outcome(),
+             fmt::format("'{}' can't be stored in {}", joined(names, "', '"), directory));
+    }
+    if (!m_dry_run && !old_path.empty() && FIO_PATH(old_path).full_directory() == directory &&
+        old_path != all.front().path)
+        m_context.out().note(fmt::format("{} no longer defines it.", old_path));
+    for (const stored& each : all) add(each.name, each.path, each.document);
 }
 
-void writer::store_template(ZORVA_MGR& manager, ZORVA_FLASH& carrier,
-                            const std::string& directory) {
-    const std::string name = carrier.get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME);
-    const std::string path = template_path(directory, name);
-    const std::string document = ZORVA_QSPI_MGR::get_template_document(name, &carrier);
-    check_document(document, name);
-    if (!m_dry_run) {
-        make_missing(directory);
-        const quiet quiet;
-        if (!manager.update_template_db(&carrier, directory)) fail(name, path);
-    }
-    add(name, path, document);
-}
-
-void writer::remove_device(const device& device, const std::string& directory) {
-    const std::string path = device.manager->get_flash_file(device.name);
-    std::string next;
-    for (const definition& definition : device.definitions)
-        if (definition.is->state == ZORVA_DEFINITION_STATE::HIDDEN) next = definition.place();
-    if (!m_dry_run) {
-        const quiet quiet;
-        if (!device.manager->delete_db(device.name, directory)) fail(device.name, path);
-        if (!next.empty())
-            m_context.out().note(fmt::format("{} is what {} says from now on.", device.name, next));
-    }
-    add(device.name, path, {});
-}
-
-void writer::remove_template(ZORVA_MGR& manager, const std::string& name, const std::string& file) {
-    if (!m_dry_run) {
-        const quiet quiet;
-        if (!manager.delete_template(name)) fail(name, file);
-    }
-    add(name, file, {});
+void writer::remove(ZORVA_MGR& manager, const ZORVA_DEFINITION_KEY& key, const std::string& file) {
+    const quiet quiet;
+    const bool done =
+        m_dry_run ? manager.try_removal(key, file) : manager.remove_definition(key, file);
+    if (!done)
+        fail(manager.get_change_outcome(),
+             fmt::format("'{}' can't be taken out of {}", key.name, file));
+    m_lives_on_in = manager.get_change_outcome().lives_on_in;
+    add(key.name, file, {});
 }
 
 void writer::add(const std::string& name, const std::string& path, const std::string& document) {
@@ -120,21 +140,6 @@ void writer::make_missing(const std::string& directory) {
         throw failure(exit_file, fmt::format("The custom directory {} can't be made: {}.",
                                              directory, error.message()));
     m_context.out().note(fmt::format("Made the custom directory {}.", directory));
-}
-
-void writer::fail(const std::string& name, const std::string& path) const {
-    const auto& files = m_context.db().files();
-    const bool is_unread =
-        FIO_FILE_SYSTEM::exists(path) &&
-        std::ranges::none_of(files, [&](const ZORVA_FILE_REPORT* file) {
-            return file->path == path && file->state != ZORVA_FILE_STATE::SKIPPED;
-        });
-    std::string sentence = fmt::format("The change of '{}' can't be written in {}", name,
-                                       FIO_PATH(path).full_directory());
-    if (is_unread) sentence += fmt::format(", where {} isn't a file of the database", path);
-    sentence += m_paths.empty() ? "; nothing has changed."
-                                : fmt::format("; only {} was written.", joined(m_paths, " and "));
-    throw failure(exit_file, sentence);
 }
 
 int writer::finish() {

@@ -1,4 +1,4 @@
-// Writing definitions: into which directory, by which safe step, and what is told of it.
+// Changing the database: into which directory, by which safe step, and what is told of it.
 #pragma once
 
 #include "tools/zorva/context.h"
@@ -21,17 +21,24 @@ struct write_options {
 void add_to(CLI::App& command, write_options& options);
 void add_dry_run(CLI::App& command, write_options& options);
 
-// Writes definitions, or in a dry run only makes their documents.
+// A definition isn't any more what the change was based on.
+struct changed_since : failure {
+    explicit changed_since(const std::string& sentence) : failure(exit_file, sentence) {}
+};
+
+// Changes the database, or in a dry run only judges the change and makes the documents.
 class writer {
   public:
     writer(context& context, const write_options& options)
         : m_context(context), m_dry_run(options.dry_run) {}
 
-    // Each throws a failure where nothing was changed.
-    void store_device(ZORVA_MGR& manager, ZORVA_FLASH& flash, const std::string& directory);
-    void store_template(ZORVA_MGR& manager, ZORVA_FLASH& carrier, const std::string& directory);
-    void remove_device(const device& device, const std::string& directory);
-    void remove_template(ZORVA_MGR& manager, const std::string& name, const std::string& file);
+    // Stores the definitions, all or none.
+    void store(ZORVA_MGR& manager, const std::vector<ZORVA_NEW_DEFINITION>& definitions,
+               const std::string& directory);
+    // Takes a definition out of its file.
+    void remove(ZORVA_MGR& manager, const ZORVA_DEFINITION_KEY& key, const std::string& file);
+    // The file by which a removed name stays defined in its directory; empty if none does.
+    const std::string& lives_on_in() const { return m_lives_on_in; }
 
     // The answer: the paths, or in a dry run the documents.
     int finish();
@@ -39,10 +46,10 @@ class writer {
   private:
     void add(const std::string& name, const std::string& path, const std::string& document);
     void make_missing(const std::string& directory);
-    [[noreturn]] void fail(const std::string& name, const std::string& path) const;
 
     context& m_context;
     bool m_dry_run;
+    std::string m_lives_on_in;
     std::vector<std::string> m_names;
     std::vector<std::string> m_paths;
     std::vector<std::string> m_documents;
