@@ -192,7 +192,7 @@ TEST_F(ToolWriteTest, RefusesAndLeavesTheDiskAsItWas) {
         {{"set", "OWN", "sfl.erase[1].delay=1"}, 1, "sfl.erase[1] isn't there"},
         {{"set", "OWN", "sfl.program[1].address=1"},
          1,
-         "This action is of the type 'Write Register'"},
+         "sfl.program[1] is of the type 'Write Register'"},
         {{"set", "OWN", "sfl.program[1].bus_width=1-1"}, 1, "sfl.program[1].bus_width is fixed"},
         {{"set", "OWN", "sfl.program[1].delay=soon"}, 1, "Action delay 'soon' is invalid."},
         {{"set", "OWN", "sfl.program[1].delay=4294967296"}, 1, "A number in the flows of 'OWN'"},

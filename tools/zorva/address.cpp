@@ -88,23 +88,26 @@ const std::vector<ZORVA_ACTION*>& actions_of(ZORVA_FLASH& flash, const address& 
     return none;
 }
 
+// An address without its property.
+std::string action_text(const std::string& text) { return text.substr(0, text.find(']') + 1); }
+
 ZORVA_ACTION& action_at(ZORVA_FLASH& flash, const address& address, const std::string& text) {
     const std::vector<ZORVA_ACTION*>& actions = actions_of(flash, address);
     if (address.number == 0 || address.number > actions.size())
-        throw refusal(fmt::format("{} isn't there: the number of actions is {}.",
-                                  text.substr(0, text.rfind('.')), actions.size()));
+        throw refusal(fmt::format("{} isn't there: the number of actions is {}.", action_text(text),
+                                  actions.size()));
     return *actions[address.number - 1];
 }
 
-ZORVA_ACT_PROPERTY property_at(ZORVA_ACTION& action, const std::string& key) {
+ZORVA_ACT_PROPERTY property_at(ZORVA_ACTION& action, const std::string& key,
+                               const std::string& text) {
     std::vector<std::string> keys;
     for (const ZORVA_ACT_PROPERTY property : action.get_property_enum_list()) {
         keys.emplace_back(property_key(action, property));
         if (keys.back() == key) return property;
     }
-    throw refusal(
-        fmt::format("This action is of the type '{}', which has no property '{}'; it has {}.",
-                    action.get_name(), shortened(key), joined(keys)));
+    throw refusal(fmt::format("{} is of the type '{}', which has no property '{}'; it has {}.",
+                              action_text(text), action.get_name(), shortened(key), joined(keys)));
 }
 
 // What a number means that a file holds as such: there a leading 0 means octal, also where the
@@ -145,7 +148,7 @@ std::string set_property(ZORVA_MGR& manager, ZORVA_FLASH& flash, const std::stri
         throw lacks_field(interface_of(manager.get_flash_family()));
     const address address = parse_address(text);
     ZORVA_ACTION& action = action_at(flash, address, text);
-    const ZORVA_ACT_PROPERTY property = property_at(action, address.property);
+    const ZORVA_ACT_PROPERTY property = property_at(action, address.property, text);
     const property_row* row = find_property(action, property);
     if (!action.property_value_is_enable(property))
         throw refusal(fmt::format("{} is fixed to {}.", text, action.get_property_value(property)));
