@@ -103,15 +103,13 @@ std::optional<std::string> read_bytes(const std::string& file) {
 
 // Parsed anew only if the file has changed.
 const read_file& settings() {
-    static std::string name;
-    static std::optional<std::string> bytes;
+    static std::optional<std::string> bytes;  // as they were read, taken or not
     static std::optional<read_file> latest;
     const std::string now_name = pgm_host::user_ini_file();
     std::optional<std::string> now_bytes = read_bytes(now_name);
     const std::error_code error = FIO_FILE_SYSTEM::error();
-    if (!latest || name != now_name || bytes != now_bytes) {
+    if (!latest || latest->name != now_name || bytes != now_bytes) {
         latest = parsed(now_name, now_bytes, error);
-        name = now_name;
         bytes = std::move(now_bytes);
     }
     return *latest;

@@ -50,9 +50,8 @@ SETTINGS_FILE::LINE SETTINGS_FILE::read_line(std::string_view text, const std::s
 
 std::optional<std::string> SETTINGS_FILE::value(std::string_view section,
                                                 std::string_view key) const {
-    const auto found = std::find_if(m_lines.rbegin(), m_lines.rend(), [&](const LINE& line) {
-        return line.kind == KIND::ENTRY && line.section == section && line.key == key;
-    });
+    const auto found = std::find_if(m_lines.rbegin(), m_lines.rend(),
+                                    [&](const LINE& line) { return line.is_entry(section, key); });
     return found == m_lines.rend() ? std::nullopt : std::optional(found->value);
 }
 
@@ -60,9 +59,8 @@ void SETTINGS_FILE::set(const std::string& section, const std::string& key,
                         const std::string& value) {
     const std::string end = line_end();
     const LINE entry{key + " = " + value + end, KIND::ENTRY, section, key, value};
-    const auto old = std::find_if(m_lines.rbegin(), m_lines.rend(), [&](const LINE& line) {
-        return line.kind == KIND::ENTRY && line.section == section && line.key == key;
-    });
+    const auto old = std::find_if(m_lines.rbegin(), m_lines.rend(),
+                                  [&](const LINE& line) { return line.is_entry(section, key); });
     if (old != m_lines.rend()) {
         *old = entry;
         return;
@@ -79,9 +77,7 @@ void SETTINGS_FILE::set(const std::string& section, const std::string& key,
 }
 
 void SETTINGS_FILE::erase(std::string_view section, std::string_view key) {
-    std::erase_if(m_lines, [&](const LINE& line) {
-        return line.kind == KIND::ENTRY && line.section == section && line.key == key;
-    });
+    std::erase_if(m_lines, [&](const LINE& line) { return line.is_entry(section, key); });
 }
 
 std::string SETTINGS_FILE::bytes() const {

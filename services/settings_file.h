@@ -16,6 +16,10 @@ class SETTINGS_FILE {
         std::string section;  // that it stands in, or opens
         std::string key;      // of an entry
         std::string value;
+
+        bool is_entry(std::string_view in_section, std::string_view with_key) const {
+            return kind == KIND::ENTRY && section == in_section && key == with_key;
+        }
     };
 
     SETTINGS_FILE() = default;

@@ -78,12 +78,28 @@ bool zorva_is_taken(const ZORVA_INTERFACE& interface, const PGM_COMMON_XML_ELEME
     return refusals.empty();
 }
 
+ZORVA_DEFINITION_KIND zorva_definition_kind(const PGM_COMMON_XML_ELEMENT& element) {
+    return element.get_type() == PGM_COMMON_XML_ENUM_FLASH ? ZORVA_DEFINITION_KIND::DEVICE
+                                                           : ZORVA_DEFINITION_KIND::TEMPLATE;
+}
+
+ZORVA_DEFINITION zorva_definition(const PGM_COMMON_XML_ELEMENT& element) {
+    return {zorva_definition_kind(element),
+            zorva_definition_name(element),
+            element.get_line(),
+            ZORVA_DEFINITION_STATE::IN_FORCE,
+            {},
+            {}};
+}
+
 ZORVA_FINDING zorva_finding(const ZORVA_REFUSAL& refusal) {
     return {zorva_message_row(refusal.message).id, zorva_sentence(refusal), refusal.line};
 }
 
-std::vector<ZORVA_FINDING> zorva_file_findings(const std::string& file, const std::string& text) {
-    std::vector<ZORVA_FINDING> findings;
+void zorva_report_skipped(ZORVA_FILE_REPORT& report, const std::string& text) {
+    report.state = ZORVA_FILE_STATE::SKIPPED;
+    report.reason = text;
+    const std::string& file = report.path;
     std::string_view rest = text;
     while (!rest.empty()) {
         std::string_view line = rest.substr(0, rest.find('\n'));
@@ -97,7 +113,6 @@ std::vector<ZORVA_FINDING> zorva_file_findings(const std::string& file, const st
             line.remove_prefix(std::min(number.size() + 2, line.size()));
         }
         finding.sentence = line;
-        findings.push_back(std::move(finding));
+        report.findings.push_back(std::move(finding));
     }
-    return findings;
 }

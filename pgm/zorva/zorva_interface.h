@@ -75,6 +75,12 @@ std::unique_ptr<ZORVA_FLASH> zorva_read_flash(const ZORVA_INTERFACE& interface,
 // What a load takes of an element: nothing is refused.
 bool zorva_is_taken(const ZORVA_INTERFACE& interface, const PGM_COMMON_XML_ELEMENT& element);
 
+// Whether an element is a FLASH or anything else, and what a report says of it while nothing
+// speaks against it.
+ZORVA_DEFINITION_KIND zorva_definition_kind(const PGM_COMMON_XML_ELEMENT& element);
+ZORVA_DEFINITION zorva_definition(const PGM_COMMON_XML_ELEMENT& element);
+
 ZORVA_FINDING zorva_finding(const ZORVA_REFUSAL& refusal);
-// The findings of a text of check_xsd, one a line, each "FILE:LINE: sentence".
-std::vector<ZORVA_FINDING> zorva_file_findings(const std::string& file, const std::string& text);
+// Reports a file as one that can't be taken; `text` is one of check_xsd, each line of it a finding
+// "FILE:LINE: sentence".
+void zorva_report_skipped(ZORVA_FILE_REPORT& report, const std::string& text);

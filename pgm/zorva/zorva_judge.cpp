@@ -42,9 +42,7 @@ ZORVA_FILE_REPORT JUDGE::judge(const std::string& file, const PGM_COMMON_XML_ELE
     ZORVA_FILE_REPORT report{file, ZORVA_ORIGIN::CUSTOM, ZORVA_FILE_STATE::READ, {}, {}, {}};
     if (!object && zorva_is_empty_file(file)) return report;
     if (!object) {
-        report.state = ZORVA_FILE_STATE::SKIPPED;
-        report.reason = error;
-        report.findings = zorva_file_findings(file, error);
+        zorva_report_skipped(report, error);
         return report;
     }
     for (const PGM_COMMON_XML_ELEMENT* element : object->get_all_childs())
@@ -54,22 +52,15 @@ ZORVA_FILE_REPORT JUDGE::judge(const std::string& file, const PGM_COMMON_XML_ELE
 
 void JUDGE::judge_element(const PGM_COMMON_XML_ELEMENT& element, ZORVA_FILE_REPORT& report) {
     std::vector<ZORVA_REFUSAL> refusals;
-    auto kind = ZORVA_DEFINITION_KIND::TEMPLATE;
     if (element.get_type() == PGM_COMMON_XML_ENUM_GOLDEN_TEMPLATE) {
         for (const PGM_COMMON_XML_ELEMENT* vendor : element.get_all_childs())
             m_interface.read_flows(*vendor, refusals);
     } else if (element.get_type() == PGM_COMMON_XML_ENUM_FLASH) {
-        kind = ZORVA_DEFINITION_KIND::DEVICE;
         judge_device(element, FIO_PATH(report.path).full_directory(), refusals);
     } else {
         judge_template(element, refusals);
     }
-    ZORVA_DEFINITION definition{kind,
-                                zorva_definition_name(element),
-                                element.get_line(),
-                                ZORVA_DEFINITION_STATE::IN_FORCE,
-                                {},
-                                {}};
+    ZORVA_DEFINITION definition = zorva_definition(element);
     if (!refusals.empty()) definition.state = ZORVA_DEFINITION_STATE::REFUSED;
     std::ranges::transform(refusals, std::back_inserter(definition.findings), zorva_finding);
     report.definitions.push_back(std::move(definition));
@@ -108,11 +99,7 @@ ZORVA_LOAD_REPORT zorva_judge_files(const ZORVA_INTERFACE& interface,
 
 ZORVA_JUDGED zorva_judge_bytes(const ZORVA_INTERFACE& interface, const std::string& bytes,
                                const std::string& name) {
-    std::string first_text;
-    std::string second_text;
-    std::unique_ptr<PGM_COMMON_XML_ELEMENT> root(
-        static_cast<PGM_COMMON_XML_ELEMENT*>(PGM_COMMON_XML::read_bytes(
-            bytes, name, zorva_xsd_file(interface), first_text, second_text)));
-    const std::string& error = first_text.empty() ? second_text : first_text;
+    std::string error;
+    auto root = zorva_parse_bytes(interface, bytes, name, error);
     return {JUDGE(interface).judge(name, root.get(), error), std::move(root)};
 }

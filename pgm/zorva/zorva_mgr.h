@@ -325,15 +325,19 @@ class ZORVA_MGR {
                           const std::string& db_dir, bool is_trial);
     void trace_found(const ZORVA_DEFINITION_KEY& key, const std::string& file,
                      const DIR_MAP& db_dir_map) const;
-    bool has_neighbours(const ZORVA_DEFINITION_KEY& key, const std::string& file,
-                        const DIR_MAP& db_dir_map) const;
+    // What else a file defines, as far as the maps know.
+    std::vector<ZORVA_DEFINITION_KEY> neighbours(const ZORVA_DEFINITION_KEY& key,
+                                                 const std::string& file,
+                                                 const DIR_MAP& db_dir_map) const;
     // Forgets what the maps place in a file that was changed, and what isn't there any more.
     void forget_missing(const ZORVA_STORE& store, const ZORVA_DEFINITION_KEY& but);
-    // Take a definition out of the maps; the result is its record, if the maps held one for it.
+    // Take a definition out of the maps, with its record. The results of the latter two are that
+    // record, if the maps held one for it.
+    void forget(const ZORVA_DEFINITION_KEY& key, const std::string& file, DIR_MAP& db_dir_map);
     std::unique_ptr<ZORVA_FLASH> forget_device(const std::string& name, std::string file,
                                                DIR_MAP& db_dir_map);
     std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> forget_template(const std::string& name);
-    void adopt(ZORVA_FLASH* flash, const std::string& db_dir);
+    void adopt(ZORVA_FLASH* flash, const std::string& file, DIR_MAP& db_dir_map);
 
     bool parse_user_xml_in_dir(ZORVA_ORIGIN origin);
     bool parse_user_xml_file(const std::string& xml_file, ZORVA_ORIGIN origin, DIR_MAP& db_dir_map);

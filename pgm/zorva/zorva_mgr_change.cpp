@@ -21,10 +21,6 @@ ZORVA_DEFINITION_KEY key_of(const ZORVA_NEW_DEFINITION& change) {
     return {TEMPLATE, change.flash->get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME)};
 }
 
-ZORVA_CHANGE_OUTCOME refused(std::string sentence) {
-    return {ZORVA_CHANGE_STATE::REFUSED, std::move(sentence), 0, {}};
-}
-
 }  // namespace
 
 // The directories of user files in the order of their load.
@@ -70,12 +66,12 @@ ZORVA_CHANGE_OUTCOME ZORVA_MGR::check_writable(const ZORVA_DEFINITION_KEY& key, 
     // The custom directory may have been changed since the load.
     const std::string known = file_known_of(key, db_dir);
     if (key.kind == DEVICE && !known.empty() && FIO_PATH(known).full_directory() != db_dir)
-        return refused(
+        return zorva_refused(
             fmt::format("'{}' was loaded from {}, which lies in no directory of the "
                         "database any more.",
                         key.name, known));
     if (m_interface.is_writable && !m_interface.is_writable(flash))
-        return refused(
+        return zorva_refused(
             fmt::format("The flows of '{}' hold an operation twice, or a number that no "
                         "file can hold: the greatest is 4294967295.",
                         key.name));
@@ -131,9 +127,7 @@ bool ZORVA_MGR::store_definitions(const std::vector<ZORVA_NEW_DEFINITION>& defin
             keep_template(key.name, *definition.flash, file);
             continue;
         }
-        adopt(definition.flash, db_dir);
-        dir_map_of(db_dir)[key.name] = file;
-        m_flash_db_active_dir_map[key.name] = file;
+        adopt(definition.flash, file, dir_map_of(db_dir));
     }
     return true;
 }
@@ -154,11 +148,11 @@ void ZORVA_MGR::keep_template(const std::string& name, ZORVA_FLASH& flash,
 
 bool ZORVA_MGR::take_out_of_file(const ZORVA_DEFINITION_KEY& key, const std::string& file,
                                  const std::string& db_dir, bool is_trial) {
-    m_change_outcome = {};
-    if (FIO_PATH(file).full_directory() != db_dir)
+    if (FIO_PATH(file).full_directory() != db_dir) {
         m_change_outcome =
-            refused(fmt::format("{} lies in no directory of the database any more.", file));
-    if (!m_change_outcome.is_done()) return false;
+            zorva_refused(fmt::format("{} lies in no directory of the database any more.", file));
+        return false;
+    }
     ZORVA_STORE store = new_store(db_dir, is_trial);
     m_change_outcome = store.take_out(key, file);
     if (m_change_outcome.is_done() && !is_trial) forget_missing(store, key);
@@ -169,10 +163,7 @@ bool ZORVA_MGR::remove_definition(const ZORVA_DEFINITION_KEY& key, const std::st
     const std::string db_dir = directory_in_use(file);
     if (!take_out_of_file(key, file, db_dir, false)) return false;
     if (file_known_of(key, db_dir) != file) return true;
-    if (key.kind == DEVICE)
-        forget_device(key.name, file, dir_map_of(db_dir));
-    else
-        forget_template(key.name);
+    forget(key, file, dir_map_of(db_dir));
     return true;
 }
 

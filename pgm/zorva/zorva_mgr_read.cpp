@@ -119,9 +119,7 @@ bool ZORVA_MGR::parse_user_xml_file(const std::string& xml_file, ZORVA_ORIGIN or
                     error.c_str());
         // What a change that was broken off at its first step leaves; nothing is wrong with it.
         if (zorva_is_empty_file(xml_file)) return false;
-        report.state = ZORVA_FILE_STATE::SKIPPED;
-        report.reason = error;
-        report.findings = zorva_file_findings(xml_file, error);
+        zorva_report_skipped(report, error);
         return false;
     }
     const bool status = update_flash_list(*object, xml_file, db_dir_map, true) &&
@@ -158,15 +156,6 @@ void refuse(ZORVA_DEFINITION& definition, const std::vector<ZORVA_REFUSAL>& refu
     }
 }
 
-ZORVA_DEFINITION new_definition(ZORVA_DEFINITION_KIND kind, const PGM_COMMON_XML_ELEMENT& element) {
-    return {kind,
-            zorva_definition_name(element),
-            element.get_line(),
-            ZORVA_DEFINITION_STATE::IN_FORCE,
-            {},
-            {}};
-}
-
 }  // namespace
 
 bool ZORVA_MGR::take_flash(const PGM_COMMON_XML_ELEMENT& element, const std::string& xml_file,
@@ -179,7 +168,7 @@ bool ZORVA_MGR::take_flash(const PGM_COMMON_XML_ELEMENT& element, const std::str
         refusals.push_back({ZORVA_MESSAGE::FOUND_DUPLICATED_FLASH_IN_DB, flash->get_name(),
                             directory, element.get_line()});
 
-    ZORVA_DEFINITION definition = new_definition(ZORVA_DEFINITION_KIND::DEVICE, element);
+    ZORVA_DEFINITION definition = zorva_definition(element);
     const bool taken = flash && refusals.empty();
     if (taken) {
         flash->set_db_dir(directory);
@@ -208,7 +197,7 @@ void ZORVA_MGR::store_flash(std::unique_ptr<ZORVA_FLASH> flash, const std::strin
 }
 
 bool ZORVA_MGR::take_template(const PGM_COMMON_XML_ELEMENT& element, const std::string& xml_file) {
-    ZORVA_DEFINITION definition = new_definition(ZORVA_DEFINITION_KIND::TEMPLATE, element);
+    ZORVA_DEFINITION definition = zorva_definition(element);
     std::vector<ZORVA_REFUSAL> refusals;
     auto flows = m_interface.read_flows(element, refusals);
     // The first definition of a template stands, the reverse of a device: callers rely on it. A
@@ -229,11 +218,8 @@ bool ZORVA_MGR::take_template(const PGM_COMMON_XML_ELEMENT& element, const std::
 
 bool ZORVA_MGR::is_leftover(const PGM_COMMON_XML_ELEMENT& element, const std::string& xml_file) {
     if (!m_leftover || m_leftover->path != xml_file) return false;
-    const auto kind = element.get_type() == PGM_COMMON_XML_ENUM_FLASH
-                          ? ZORVA_DEFINITION_KIND::DEVICE
-                          : ZORVA_DEFINITION_KIND::TEMPLATE;
-    ZORVA_DEFINITION definition = new_definition(kind, element);
-    if (m_leftover->key != ZORVA_DEFINITION_KEY{kind, definition.name}) return false;
+    ZORVA_DEFINITION definition = zorva_definition(element);
+    if (m_leftover->key != ZORVA_DEFINITION_KEY{definition.kind, definition.name}) return false;
     definition.state = ZORVA_DEFINITION_STATE::HIDDEN;
     definition.hidden_by = m_leftover->replaced_by;
     report_definition(xml_file, std::move(definition));
@@ -275,7 +261,7 @@ void ZORVA_MGR::report_end(ZORVA_FILE_REPORT& report, const PGM_COMMON_XML_ELEME
     const auto add_unread = [&](PGM_COMMON_XML_ENUM tag, ZORVA_DEFINITION_KIND kind) {
         const auto elements = object.get_childs(tag, true);
         for (auto element = elements.begin() + met(kind); element != elements.end(); ++element) {
-            report.definitions.push_back(new_definition(kind, **element));
+            report.definitions.push_back(zorva_definition(**element));
             report.definitions.back().state = ZORVA_DEFINITION_STATE::NOT_READ;
         }
     };

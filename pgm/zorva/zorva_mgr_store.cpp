@@ -2,6 +2,7 @@
 #include "pgm/zorva/zorva_interface.h"
 #include "pgm/zorva/zorva_mgr.h"
 #include "pgm/zorva/zorva_report.h"
+#include "pgm/zorva/zorva_store.h"
 #include "pgm/zorva/zorva_xml_file.h"
 #include "services/file.h"
 
@@ -49,10 +50,7 @@ bool ZORVA_MGR::carried_template_is_valid(ZORVA_FLASH& flash) {
     if (name == flash.get_name()) {
         const ZORVA_REFUSAL refusal{
             ZORVA_MESSAGE::INVALID_TEMPLATE_NAME_CONFLICT_WITH_EXISTING_DEVICE, name, {}};
-        m_change_outcome = {ZORVA_CHANGE_STATE::NAME_TAKEN,
-                            zorva_sentence(refusal),
-                            zorva_message_row(refusal.message).id,
-                            {}};
+        m_change_outcome = zorva_name_taken(refusal);
         zorva_post(refusal);
         return false;
     }
@@ -98,8 +96,8 @@ bool ZORVA_MGR::store_device(const ZORVA_NEW_DEFINITION& change, const std::stri
     ZORVA_FLASH* flash = change.flash;
     const ZORVA_DEFINITION_KEY key{change.kind, flash->get_name()};
     const std::string file = zorva_own_file(key, db_dir);
-    const bool exists =
-        replaced == file ? has_neighbours(key, file, db_dir_map) : FIO_FILE_SYSTEM::exists(file);
+    const bool exists = replaced == file ? !neighbours(key, file, db_dir_map).empty()
+                                         : FIO_FILE_SYSTEM::exists(file);
     const auto trace_room = [&] {
         if (!exists) zorva_trace("Touch new XML file, %s", file.c_str());
         zorva_trace("Deleting old XML file %s", file.c_str());
@@ -115,24 +113,23 @@ bool ZORVA_MGR::store_device(const ZORVA_NEW_DEFINITION& change, const std::stri
                           m_flash_map.size());
         trace_device_maps("After", db_dir_map.size() - gone,
                           m_flash_db_active_dir_map.size() - gone, m_flash_map.size() - gone);
-        if (has_neighbours(key, replaced, db_dir_map))
+        if (!neighbours(key, replaced, db_dir_map).empty())
             zorva_trace("Writing XML file, %s", replaced.c_str());
         trace_room();
     }
     zorva_trace("Writing new XML file, %s", file.c_str());
     trace_device_maps("Before", db_dir_map.size() - gone, m_flash_db_active_dir_map.size() - gone,
                       m_flash_map.size() - gone);
-    adopt(flash, db_dir);
-    db_dir_map[key.name] = file;
-    m_flash_db_active_dir_map[key.name] = file;
+    adopt(flash, file, db_dir_map);
     trace_device_maps("After", db_dir_map.size(), m_flash_db_active_dir_map.size(),
                       m_flash_map.size());
     return true;
 }
 
-// Makes a record the one in force of its name. The one that it displaces goes if it stood in the
-// same directory; one from the other directory may still be in a caller's hands and stays alive.
-void ZORVA_MGR::adopt(ZORVA_FLASH* flash, const std::string& db_dir) {
+// Makes a record, which `file` defines, the one in force of its name. The one that it displaces
+// goes if it stood in the same directory; one from the other directory may still be in a caller's
+// hands and stays alive.
+void ZORVA_MGR::adopt(ZORVA_FLASH* flash, const std::string& file, DIR_MAP& db_dir_map) {
     if (m_placeholder.get() == flash) static_cast<void>(m_placeholder.release());
     const auto loose =
         std::ranges::find(m_loose_flashes, flash, &std::unique_ptr<ZORVA_FLASH>::get);
@@ -147,9 +144,11 @@ void ZORVA_MGR::adopt(ZORVA_FLASH* flash, const std::string& db_dir) {
     const std::string name = flash->get_name();
     std::unique_ptr<ZORVA_FLASH> displaced(std::exchange(m_flash_map[name], flash));
     flash_map_changed();
+    db_dir_map[name] = file;
+    const FIO_PATH old_file(std::exchange(m_flash_db_active_dir_map[name], file));
     if (!displaced) return;
     if (m_flash == displaced.get()) m_flash = nullptr;
-    if (FIO_PATH(m_flash_db_active_dir_map[name]).full_directory() != db_dir)
+    if (old_file.full_directory() != FIO_PATH(file).full_directory())
         m_loose_flashes.push_back(std::move(displaced));
 }
 
@@ -199,26 +198,25 @@ bool ZORVA_MGR::delete_db(std::string device_name, std::string db_dir) {
 
 void ZORVA_MGR::trace_found(const ZORVA_DEFINITION_KEY& key, const std::string& file,
                             const DIR_MAP& db_dir_map) const {
-    const auto trace = [&](const DIR_MAP& map, const char* text, ZORVA_DEFINITION_KIND kind) {
-        for (const auto& [name, defined_in] : map)
-            if (defined_in == file && key != ZORVA_DEFINITION_KEY{kind, name})
-                zorva_trace("%s = %s", text, name.c_str());
-    };
-    trace(db_dir_map, "Found flash name", ZORVA_DEFINITION_KIND::DEVICE);
-    trace(m_template_db_dir_map, "Found template name", ZORVA_DEFINITION_KIND::TEMPLATE);
+    for (const ZORVA_DEFINITION_KEY& other : neighbours(key, file, db_dir_map))
+        zorva_trace(other.kind == ZORVA_DEFINITION_KIND::DEVICE ? "Found flash name = %s"
+                                                                : "Found template name = %s",
+                    other.name.c_str());
     zorva_trace("Deleting XML file %s", file.c_str());
 }
 
-// Whether a file defines anything else, as far as the maps know.
-bool ZORVA_MGR::has_neighbours(const ZORVA_DEFINITION_KEY& key, const std::string& file,
-                               const DIR_MAP& db_dir_map) const {
-    const auto holds = [&](const DIR_MAP& map, ZORVA_DEFINITION_KIND kind) {
-        return std::ranges::any_of(map, [&](const auto& entry) {
-            return entry.second == file && key != ZORVA_DEFINITION_KEY{kind, entry.first};
-        });
+std::vector<ZORVA_DEFINITION_KEY> ZORVA_MGR::neighbours(const ZORVA_DEFINITION_KEY& key,
+                                                        const std::string& file,
+                                                        const DIR_MAP& db_dir_map) const {
+    std::vector<ZORVA_DEFINITION_KEY> others;
+    const auto add = [&](const DIR_MAP& map, ZORVA_DEFINITION_KIND kind) {
+        for (const auto& [name, defined_in] : map)
+            if (defined_in == file && key != ZORVA_DEFINITION_KEY{kind, name})
+                others.push_back({kind, name});
     };
-    return holds(db_dir_map, ZORVA_DEFINITION_KIND::DEVICE) ||
-           holds(m_template_db_dir_map, ZORVA_DEFINITION_KIND::TEMPLATE);
+    add(db_dir_map, ZORVA_DEFINITION_KIND::DEVICE);
+    add(m_template_db_dir_map, ZORVA_DEFINITION_KIND::TEMPLATE);
+    return others;
 }
 
 bool ZORVA_MGR::delete_definition(const ZORVA_DEFINITION_KEY& key, std::string file,
@@ -237,13 +235,19 @@ bool ZORVA_MGR::delete_definition(const ZORVA_DEFINITION_KEY& key, std::string f
     if (!take_out_of_file(key, file, db_dir, false)) return refuse_update(db_dir);
     trace_maps("Before");
     // The record goes at once: that is what the caller asked for.
-    if (is_device)
+    forget(key, file, db_dir_map);
+    trace_maps("After");
+    if (!neighbours(key, file, db_dir_map).empty())
+        zorva_trace("Writing XML file, %s", file.c_str());
+    return true;
+}
+
+void ZORVA_MGR::forget(const ZORVA_DEFINITION_KEY& key, const std::string& file,
+                       DIR_MAP& db_dir_map) {
+    if (key.kind == ZORVA_DEFINITION_KIND::DEVICE)
         forget_device(key.name, file, db_dir_map);
     else
         forget_template(key.name);
-    trace_maps("After");
-    if (has_neighbours(key, file, db_dir_map)) zorva_trace("Writing XML file, %s", file.c_str());
-    return true;
 }
 
 std::unique_ptr<ZORVA_FLASH> ZORVA_MGR::forget_device(const std::string& name, std::string file,

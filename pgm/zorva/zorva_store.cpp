@@ -18,8 +18,6 @@ using STATE = ZORVA_CHANGE_STATE;
 
 OUTCOME failed(STATE state, std::string sentence) { return {state, std::move(sentence), 0, {}}; }
 
-OUTCOME refused(std::string sentence) { return failed(STATE::REFUSED, std::move(sentence)); }
-
 // The change of files has the last word.
 OUTCOME written(std::string why) {
     return why.empty() ? OUTCOME() : failed(STATE::FILE_FAILED, std::move(why));
@@ -31,13 +29,15 @@ bool is_path(const std::string& name) {
 }
 
 OUTCOME name_taken(const ZORVA_DEFINITION_KEY& key) {
-    const ZORVA_REFUSAL refusal{
-        key.kind == ZORVA_DEFINITION_KIND::DEVICE
-            ? ZORVA_MESSAGE::INVALID_DEVICE_NAME_CONFLICT_WITH_EXISTING_DEVICE
-            : ZORVA_MESSAGE::INVALID_TEMPLATE_NAME_CONFLICT_WITH_TEMPLATE_DATABASE,
-        key.name,
-        {}};
-    return {STATE::NAME_TAKEN, zorva_sentence(refusal), zorva_message_row(refusal.message).id, {}};
+    const auto message = key.kind == ZORVA_DEFINITION_KIND::DEVICE
+                             ? ZORVA_MESSAGE::INVALID_DEVICE_NAME_CONFLICT_WITH_EXISTING_DEVICE
+                             : ZORVA_MESSAGE::INVALID_TEMPLATE_NAME_CONFLICT_WITH_TEMPLATE_DATABASE;
+    return zorva_name_taken({message, key.name, {}});
+}
+
+OUTCOME not_writable(const ZORVA_DEFINITION_KEY& key) {
+    return zorva_refused(
+        fmt::format("'{}' holds a text or a number that no file can hold.", key.name));
 }
 
 // The directories that a change of a file works on: the file may be a link to another one.
@@ -48,6 +48,14 @@ std::set<std::string> directories_of(const std::string& directory, const std::st
 }
 
 }  // namespace
+
+ZORVA_CHANGE_OUTCOME zorva_refused(std::string sentence) {
+    return failed(STATE::REFUSED, std::move(sentence));
+}
+
+ZORVA_CHANGE_OUTCOME zorva_name_taken(const ZORVA_REFUSAL& refusal) {
+    return {STATE::NAME_TAKEN, zorva_sentence(refusal), zorva_message_row(refusal.message).id, {}};
+}
 
 ZORVA_STORE::ZORVA_STORE(const ZORVA_INTERFACE& interface, std::string directory,
                          std::vector<std::string> directories,
@@ -82,7 +90,8 @@ ZORVA_CHANGE_OUTCOME ZORVA_STORE::take_out(const ZORVA_DEFINITION_KEY& key,
 
 OUTCOME ZORVA_STORE::check_target(const DEFINITION& definition) const {
     const std::string& name = definition.key.name;
-    if (is_path(name)) return refused(fmt::format("'{}' can't be part of a file name.", name));
+    if (is_path(name))
+        return zorva_refused(fmt::format("'{}' can't be part of a file name.", name));
     if (zorva_is_shipped_file(definition.file))
         return failed(STATE::PROTECTED, fmt::format("{} is a shipped file.", definition.file));
     if (definition.key.kind == ZORVA_DEFINITION_KIND::DEVICE && m_shipped_devices.contains(name))
@@ -101,7 +110,7 @@ OUTCOME ZORVA_STORE::locked(const std::string& file, const std::function<OUTCOME
 
 OUTCOME ZORVA_STORE::begin(const FIO_DIRECTORY_LOCK& lock) const {
     if (!lock.held() && FIO_DIRECTORY_LOCK::any_is_held())
-        return refused("Nothing can be changed from within a load or another change.");
+        return zorva_refused("Nothing can be changed from within a load or another change.");
     const std::error_code error = FIO_FILE_SYSTEM::error();
     if (!lock.held() && error == std::errc::operation_would_block)
         return failed(STATE::FILE_FAILED,
@@ -140,9 +149,7 @@ OUTCOME ZORVA_STORE::put_locked(DEFINITION& definition) {
     const auto own_bytes = write(*own, before, definition.key);
     if (other) other->erase(definition.key);
     const auto other_bytes = other ? write(*other, before, definition.key) : std::string();
-    if (!own_bytes || !other_bytes)
-        return refused(fmt::format("'{}' holds a text or a number that no file can hold.",
-                                   definition.key.name));
+    if (!own_bytes || !other_bytes) return not_writable(definition.key);
     outcome = check_others(before, {place_of(definition)});
     if (outcome.is_done()) outcome = check_in_force(definition);
     if (!outcome.is_done() || m_is_trial) return outcome;
@@ -163,7 +170,7 @@ OUTCOME ZORVA_STORE::put_all_locked(std::vector<DEFINITION>& definitions) {
                             FIO_FILE_SYSTEM::follow(own->path()) == own->path() &&
                             std::ranges::count(files, own->path(), &ZORVA_STORED_FILE::path) == 0;
         if (!is_own)
-            return refused(
+            return zorva_refused(
                 fmt::format("{} is a link or holds another definition; each of several "
                             "needs a file of its own.",
                             definition.file));
@@ -181,9 +188,7 @@ OUTCOME ZORVA_STORE::put_all_locked(std::vector<DEFINITION>& definitions) {
     for (std::size_t i = 0; i < files.size(); ++i) {
         files[i].put(definitions[i].key, std::move(definitions[i].element));
         const auto bytes = write(files[i], before, definitions[i].key);
-        if (!bytes)
-            return refused(fmt::format("'{}' holds a text or a number that no file can hold.",
-                                       definitions[i].key.name));
+        if (!bytes) return not_writable(definitions[i].key);
         changes.push_back({definitions[i].file, *bytes});
         places.insert(place_of(definitions[i]));
     }
@@ -198,7 +203,8 @@ OUTCOME ZORVA_STORE::take_out_locked(const ZORVA_DEFINITION_KEY& key, const std:
     if (!FIO_FILE_SYSTEM::exists(file))
         return failed(STATE::FILE_FAILED, fmt::format("{} isn't there any more.", file));
     OUTCOME outcome;
-    m_view.expect(m_view.place_of(key, m_directory));
+    const ZORVA_DATABASE_VIEW::PLACE place = m_view.place_of(key, m_directory);
+    m_view.expect(place);
     auto stored = read(file, outcome);
     if (stored) outcome = read_others({});
     if (!outcome.is_done()) return outcome;
@@ -206,8 +212,7 @@ OUTCOME ZORVA_STORE::take_out_locked(const ZORVA_DEFINITION_KEY& key, const std:
     const bool held = stored->holds(key);
     stored->erase(key);
     const auto bytes = write(*stored, before, key);
-    if (!bytes) return refused(fmt::format("{} can't be written anew.", file));
-    const ZORVA_DATABASE_VIEW::PLACE place = m_view.place_of(key, m_directory);
+    if (!bytes) return zorva_refused(fmt::format("{} can't be written anew.", file));
     outcome = check_others(before, {place});
     if (!outcome.is_done()) return outcome;
     const auto after = m_view.in_force();
@@ -242,7 +247,7 @@ OUTCOME ZORVA_STORE::find_other(const DEFINITION& definition, std::string& other
     std::vector<std::string> files = m_view.files_with(definition.key, m_directory);
     std::erase(files, definition.file);
     if (files.size() > 1)
-        return refused(
+        return zorva_refused(
             fmt::format("'{}' is defined in {} and in {}; it has to be taken out of one "
                         "of them first.",
                         definition.key.name, files[0], files[1]));
@@ -288,8 +293,8 @@ OUTCOME ZORVA_STORE::check_others(const ZORVA_DATABASE_VIEW::IN_FORCE& before,
         const auto found = after.find(place);
         const bool stays = found != after.end() && found->second == file;
         if (!stays && !changed.contains(place))
-            return refused(fmt::format("That would put '{}', which {} defines, out of force.",
-                                       place.key.name, file));
+            return zorva_refused(fmt::format("That would put '{}', which {} defines, out of force.",
+                                             place.key.name, file));
     }
     return {};
 }
@@ -298,7 +303,7 @@ OUTCOME ZORVA_STORE::check_in_force(const DEFINITION& definition) const {
     const auto after = m_view.in_force();
     const auto found = after.find(place_of(definition));
     if (found != after.end() && found->second == definition.file) return {};
-    return refused(fmt::format(
+    return zorva_refused(fmt::format(
         "'{}' wouldn't come into force{}.", definition.key.name,
         found == after.end() ? "" : fmt::format(", as {} defines it, too", found->second)));
 }

@@ -16,6 +16,11 @@
 
 class FIO_DIRECTORY_LOCK;
 
+// A change that can't be, whoever tries.
+ZORVA_CHANGE_OUTCOME zorva_refused(std::string sentence);
+// One whose name isn't free, in the words of the check of names.
+ZORVA_CHANGE_OUTCOME zorva_name_taken(const ZORVA_REFUSAL& refusal);
+
 // What a definition is to become.
 struct ZORVA_STORE_DEFINITION {
     ZORVA_DEFINITION_KEY key;

@@ -52,11 +52,9 @@ ZORVA_STORED_FILE::RESULT ZORVA_STORED_FILE::read(const ZORVA_INTERFACE& interfa
 }
 
 std::string ZORVA_STORED_FILE::parse(const std::string& bytes) {
-    std::string first_text;
-    std::string second_text;
-    m_root.reset(static_cast<PGM_COMMON_XML_ELEMENT*>(PGM_COMMON_XML::read_bytes(
-        bytes, m_path, zorva_xsd_file(*m_interface), first_text, second_text)));
-    if (!m_root) return first_reason(m_path, first_text.empty() ? second_text : first_text);
+    std::string error;
+    m_root = zorva_parse_bytes(*m_interface, bytes, m_path, error);
+    if (!m_root) return first_reason(m_path, error);
     while (!m_root->get_all_childs().empty()) take(m_root->take_first_child());
     return {};
 }
@@ -67,9 +65,8 @@ void ZORVA_STORED_FILE::take(std::unique_ptr<PGM_COMMON_XML_ELEMENT> element) {
         m_others.push_back(std::move(element));
         return;
     }
-    const auto kind = tag == PGM_COMMON_XML_ENUM_FLASH ? ZORVA_DEFINITION_KIND::DEVICE
-                                                       : ZORVA_DEFINITION_KIND::TEMPLATE;
-    ZORVA_MET met{{kind, zorva_definition_name(*element)}, zorva_is_taken(*m_interface, *element)};
+    ZORVA_MET met{{zorva_definition_kind(*element), zorva_definition_name(*element)},
+                  zorva_is_taken(*m_interface, *element)};
     m_definitions.push_back({std::move(met), std::move(element)});
 }
 

@@ -62,3 +62,15 @@ std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_parse_xml_file(const ZORVA_INTERFA
     if (!object) error = xml_file + ":1: can't be read any more.";
     return std::unique_ptr<PGM_COMMON_XML_ELEMENT>(static_cast<PGM_COMMON_XML_ELEMENT*>(object));
 }
+
+std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_parse_bytes(const ZORVA_INTERFACE& interface,
+                                                          const std::string& bytes,
+                                                          const std::string& name,
+                                                          std::string& error) {
+    std::string first_text;
+    std::string second_text;
+    void* object =
+        PGM_COMMON_XML::read_bytes(bytes, name, zorva_xsd_file(interface), first_text, second_text);
+    error = first_text.empty() ? second_text : first_text;
+    return std::unique_ptr<PGM_COMMON_XML_ELEMENT>(static_cast<PGM_COMMON_XML_ELEMENT*>(object));
+}

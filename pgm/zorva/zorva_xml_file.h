@@ -30,3 +30,8 @@ bool zorva_is_empty_file(const std::string& path);
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_parse_xml_file(const ZORVA_INTERFACE& interface,
                                                              const std::string& xml_file,
                                                              bool golden, std::string& error);
+// The same for the bytes of a file, by one pass and with their comments; `name` is for the error.
+std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_parse_bytes(const ZORVA_INTERFACE& interface,
+                                                          const std::string& bytes,
+                                                          const std::string& name,
+                                                          std::string& error);
