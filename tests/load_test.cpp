@@ -1,5 +1,5 @@
 // What a manager takes of the files that it meets.
-#include "pgm/zorva/zorva_action_table.h"
+#include "pgm/zorva/rules/zorva_action_table.h"
 #include "tests/test_support.h"
 
 #include <sys/stat.h>

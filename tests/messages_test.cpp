@@ -1,7 +1,7 @@
 // The message catalogue, and how its messages and the texts of internal errors are made.
-#include "pgm/zorva/zorva_messages.h"
+#include "pgm/zorva/rules/zorva_messages.h"
+#include "pgm/zorva/rules/zorva_report.h"
 #include "pgm/zorva/zorva_qspi_action.h"
-#include "pgm/zorva/zorva_report.h"
 #include "tests/test_support.h"
 
 #include <memory>

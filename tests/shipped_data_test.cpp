@@ -1,5 +1,5 @@
 // The documents that the installation really ships.
-#include "pgm/zorva/zorva_action_table.h"
+#include "pgm/zorva/rules/zorva_action_table.h"
 #include "services/pgm_common.h"
 #include "tests/test_support.h"
 

@@ -1,5 +1,5 @@
 // What stands in a file that was written, and what comes back out of it.
-#include "pgm/zorva/zorva_action_table.h"
+#include "pgm/zorva/rules/zorva_action_table.h"
 #include "tests/store_support.h"
 
 #include <iterator>

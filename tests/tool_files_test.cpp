@@ -1,6 +1,6 @@
 // The tool and the disk: where files come from, what is wrong with them, and what it leaves alone.
 #include "tests/tool_test.h"
-#include "tools/zorva/database.h"
+#include "tools/zorva/database/database.h"
 
 #include <fstream>
 

@@ -1,12 +1,12 @@
 // The tool's answers: what is listed, shown and identified, in which form, with which exit code.
 #include "tests/tool_test.h"
 
-#include "pgm/zorva/zorva_action_table.h"
+#include "pgm/zorva/rules/zorva_action_table.h"
 #include "pgm/zorva/zorva_qspi_action.h"
-#include "tools/zorva/address.h"
-#include "tools/zorva/database.h"
-#include "tools/zorva/field_editor.h"
-#include "tools/zorva/flow.h"
+#include "tools/zorva/database/address.h"
+#include "tools/zorva/database/database.h"
+#include "tools/zorva/database/field_editor.h"
+#include "tools/zorva/database/flow.h"
 
 #include <fstream>
 #include <iterator>

@@ -1,6 +1,6 @@
 #include "pgm/zorva/zorva_action.h"
 
-#include "pgm/zorva/zorva_action_table.h"
+#include "pgm/zorva/rules/zorva_action_table.h"
 
 #include <algorithm>
 

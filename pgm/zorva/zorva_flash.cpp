@@ -1,6 +1,6 @@
 #include "pgm/zorva/zorva_flash.h"
 
-#include "pgm/zorva/zorva_report.h"
+#include "pgm/zorva/rules/zorva_report.h"
 #include "services/pgm_common.h"
 
 #include <algorithm>

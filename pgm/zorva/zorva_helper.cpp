@@ -1,7 +1,7 @@
 #include "pgm/zorva/zorva_helper.h"
 
+#include "pgm/zorva/rules/zorva_report.h"
 #include "pgm/zorva/zorva_qspi_mgr.h"
-#include "pgm/zorva/zorva_report.h"
 #include "pgm/zorva/zorva_sdmmc_mgr.h"
 #include "services/settings.h"
 

@@ -1,9 +1,9 @@
 // Life of a manager, and its look-ups.
 #include "pgm/zorva/zorva_mgr.h"
 
-#include "pgm/zorva/zorva_data_list.h"
-#include "pgm/zorva/zorva_interface.h"
-#include "pgm/zorva/zorva_report.h"
+#include "pgm/zorva/load/zorva_interface.h"
+#include "pgm/zorva/rules/zorva_data_list.h"
+#include "pgm/zorva/rules/zorva_report.h"
 #include "services/pgmdev.h"
 #include "services/settings.h"
 

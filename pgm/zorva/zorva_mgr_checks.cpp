@@ -1,8 +1,8 @@
 // The checks of device parameters that both managers share.
-#include "pgm/zorva/zorva_interface.h"
+#include "pgm/zorva/load/zorva_interface.h"
+#include "pgm/zorva/rules/zorva_operation_table.h"
+#include "pgm/zorva/rules/zorva_report.h"
 #include "pgm/zorva/zorva_mgr.h"
-#include "pgm/zorva/zorva_operation_table.h"
-#include "pgm/zorva/zorva_report.h"
 
 #include <algorithm>
 

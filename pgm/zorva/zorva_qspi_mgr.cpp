@@ -1,14 +1,14 @@
 // Life and load of the QSPI manager, and what it makes.
 #include "pgm/zorva/zorva_qspi_mgr.h"
 
-#include "pgm/zorva/zorva_judge.h"
-#include "pgm/zorva/zorva_operation_table.h"
+#include "pgm/zorva/load/zorva_judge.h"
+#include "pgm/zorva/load/zorva_xml_file.h"
+#include "pgm/zorva/qspi/zorva_qspi_interface.h"
+#include "pgm/zorva/rules/zorva_operation_table.h"
+#include "pgm/zorva/rules/zorva_report.h"
 #include "pgm/zorva/zorva_qspi_action.h"
 #include "pgm/zorva/zorva_qspi_flash.h"
-#include "pgm/zorva/zorva_qspi_interface.h"
 #include "pgm/zorva/zorva_qspi_operation.h"
-#include "pgm/zorva/zorva_report.h"
-#include "pgm/zorva/zorva_xml_file.h"
 #include "services/pgmdev.h"
 
 #include <span>

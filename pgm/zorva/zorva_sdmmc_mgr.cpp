@@ -1,10 +1,10 @@
 #include "pgm/zorva/zorva_sdmmc_mgr.h"
 
-#include "pgm/zorva/zorva_judge.h"
-#include "pgm/zorva/zorva_report.h"
+#include "pgm/zorva/load/zorva_judge.h"
+#include "pgm/zorva/load/zorva_xml_file.h"
+#include "pgm/zorva/rules/zorva_report.h"
+#include "pgm/zorva/sdmmc/zorva_sdmmc_interface.h"
 #include "pgm/zorva/zorva_sdmmc_flash.h"
-#include "pgm/zorva/zorva_sdmmc_interface.h"
-#include "pgm/zorva/zorva_xml_file.h"
 #include "services/pgmdev.h"
 #include "services/settings.h"
 

@@ -2,8 +2,8 @@
 
 #include "services/host.h"
 #include "tools/zorva/command_line.h"
-#include "tools/zorva/directories.h"
-#include "tools/zorva/field_editor.h"
+#include "tools/zorva/database/directories.h"
+#include "tools/zorva/database/field_editor.h"
 #include "tools/zorva/text.h"
 
 #include <fmt/format.h>

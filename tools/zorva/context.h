@@ -1,7 +1,7 @@
 // What every command gets: the options that all share, the output, and the database at request.
 #pragma once
 
-#include "tools/zorva/database.h"
+#include "tools/zorva/database/database.h"
 #include "tools/zorva/output.h"
 
 #include <optional>

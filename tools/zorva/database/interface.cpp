@@ -1,0 +1,69 @@
+#include "tools/zorva/database/interface.h"
+
+#include "pgm/zorva/zorva_qspi_mgr.h"
+#include "pgm/zorva/zorva_sdmmc_mgr.h"
+#include "services/file.h"
+#include "services/pgm_common.h"
+#include "services/pgmdev.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace zorva_tool {
+
+namespace {
+
+constexpr interface_row interface_table[] = {
+    {"qspi", "QSPI", DEV_FAMILY_QSPI_FLASH, "pgm_flash_db_qspi.xml", "QSPI_FLASH",
+     &PGMDEV_DEVICE_INFO::qspi, nullptr, nullptr, &ZORVA_QSPI_MGR::judge_files,
+     &ZORVA_QSPI_MGR::judge_bytes},
+    {"sdmmc", "SD/MMC", DEV_FAMILY_SDMMC_FLASH, "pgm_flash_db_sdmmc.xml", "SDMMC_FLASH",
+     &PGMDEV_DEVICE_INFO::sdmmc, "pgm_enable_sdmmc", "pgm_enable_custom_sdmmc",
+     &ZORVA_SDMMC_MGR::judge_files, &ZORVA_SDMMC_MGR::judge_bytes},
+};
+
+}  // namespace
+
+std::vector<const interface_row*> selected_interfaces(const std::string& name) {
+    std::vector<const interface_row*> selected;
+    for (const interface_row& row : interface_table)
+        if (name == "all" || name == row.name) selected.push_back(&row);
+    return selected;
+}
+
+const interface_row& interface_of(DEV_FAMILY_ENUM family) {
+    return *std::ranges::find(interface_table, family, &interface_row::family);
+}
+
+const interface_row& interface_for_bytes(std::string_view bytes) {
+    const std::string root = PGM_COMMON_XML::root_name(bytes);
+    const auto row = std::ranges::find(interface_table, root, &interface_row::root);
+    return row == std::end(interface_table) ? interface_table[0] : *row;
+}
+
+const interface_row& interface_for(const std::string& file) {
+    std::string bytes;
+    FIO_FILE_SYSTEM::read(file, bytes);
+    return interface_for_bytes(bytes);
+}
+
+std::string off_text(const interface_row& row, const char* setting) {
+    return fmt::format("{}{} devices are switched off", setting == row.setting ? "" : "Your own ",
+                       row.label);
+}
+
+failure switched_off(const interface_row& row, const char* setting) {
+    return {exit_no, fmt::format("{}; 'zorva config set {} on' switches them on.",
+                                 off_text(row, setting), setting)};
+}
+
+refusal lacks_field(const interface_row& row) {
+    return refusal(
+        fmt::format("{} devices have a name, an I/O voltage and a density only: no ID, "
+                    "no flow, no template.",
+                    row.label));
+}
+
+}  // namespace zorva_tool
