@@ -52,17 +52,13 @@ void ZORVA_FLASH_INDEX::remove(const DEVICES::value_type& device) {
     m_nodes.erase(place);
 }
 
-// The name under which a record stands here; it may have been renamed since.
-const ZORVA_FLASH_INDEX::DEVICES::value_type* ZORVA_FLASH_INDEX::node_of(ZORVA_FLASH& flash) {
-    const auto place = place_of(flash.get_name());
-    if (place != m_nodes.end() && (*place)->second == &flash) return *place;
-    return *std::ranges::find(m_nodes, &flash, [](const auto* node) { return node->second; });
-}
-
+// The record may have been renamed since it came here.
 void ZORVA_FLASH_INDEX::on_change(ZORVA_FLASH& flash) {
-    const DEVICES::value_type* node = node_of(flash);
-    m_by_name.insert_or_assign(node->first, entry_of(flash));
-    m_ids[static_cast<std::size_t>(place_of(node->first) - m_nodes.begin())] = id_of(flash);
+    auto place = place_of(flash.get_name());
+    if (place == m_nodes.end() || (*place)->second != &flash)
+        place = std::ranges::find(m_nodes, &flash, [](const auto* node) { return node->second; });
+    m_by_name.insert_or_assign((*place)->first, entry_of(flash));
+    m_ids[static_cast<std::size_t>(place - m_nodes.begin())] = id_of(flash);
 }
 
 const ZORVA_FLASH_INDEX::ENTRY* ZORVA_FLASH_INDEX::find(const std::string& name) const {

@@ -43,7 +43,6 @@ class ZORVA_FLASH_INDEX final : private ZORVA_FLASH_WATCHER {
 
     void on_change(ZORVA_FLASH& flash) override;
     NODES::iterator place_of(const std::string& name);
-    const DEVICES::value_type* node_of(ZORVA_FLASH& flash);
 
     bool m_is_made = false;
     std::unordered_map<std::string, ENTRY> m_by_name;
