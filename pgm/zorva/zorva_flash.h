@@ -4,6 +4,7 @@
 #include "pgm/zorva/zorva_operation.h"
 #include "services/types.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -62,15 +63,15 @@ class ZORVA_FLASH {
     // A name made from the size alone; empty where the kind has none for that size.
     virtual std::string get_generic_name() = 0;
     // The operations of a flow, in order; never null, stays the record's.
-    virtual const std::vector<ZORVA_OPERATION*>* get_operation_list(ZORVA_PROG_FLOW_TYPE flow) = 0;
+    virtual const std::vector<ZORVA_OPERATION*>* get_operation_list(ZORVA_PROG_FLOW_TYPE flow);
     // Appends an operation, which the record owns from then on. Null is an internal error.
-    virtual void add_operation_into_list(ZORVA_OPERATION* operation, ZORVA_PROG_FLOW_TYPE flow) = 0;
+    virtual void add_operation_into_list(ZORVA_OPERATION* operation, ZORVA_PROG_FLOW_TYPE flow);
     // Replaces a flow; the record owns the new operations and deletes the old ones. An empty list
     // is an internal error.
     virtual void set_operation_list(std::vector<ZORVA_OPERATION*> operation_list,
-                                    ZORVA_PROG_FLOW_TYPE flow) = 0;
+                                    ZORVA_PROG_FLOW_TYPE flow);
     // Deletes the operations of all flows.
-    virtual void clear_operation_list() = 0;
+    virtual void clear_operation_list();
 
     // Empty and 0 for a parameter that the kind doesn't hold in that form. `mask` may be null and
     // is written for the ID only: 0xFF in each byte position that the ID defines.
@@ -89,16 +90,19 @@ class ZORVA_FLASH {
     void tell_watcher() {
         if (m_watcher) m_watcher->on_change(*this);
     }
-    // What the concrete kinds do with a flow's list. Operations go from the last to the first.
-    static void delete_operations(std::vector<ZORVA_OPERATION*>& list);
-    static void add_operation(std::vector<ZORVA_OPERATION*>& list, ZORVA_OPERATION* operation);
-    static void replace_operations(std::vector<ZORVA_OPERATION*>& list,
-                                   std::vector<ZORVA_OPERATION*> operation_list);
+    // Makes room for the operations of both flows.
+    void reserve_operations(std::size_t count);
+    // Whether the kind has a flow of that type; asking for any other is an internal error.
+    virtual bool has_flow(ZORVA_PROG_FLOW_TYPE flow) const;
 
   private:
+    std::vector<ZORVA_OPERATION*>& flow_list(ZORVA_PROG_FLOW_TYPE flow);
+
     std::string m_name;
     std::string m_density;
     std::string m_db_dir;
     bool m_flash_removable_permission = false;
+    std::vector<ZORVA_OPERATION*> m_sfl_operation_list;
+    std::vector<ZORVA_OPERATION*> m_sdm_operation_list;
     ZORVA_FLASH_WATCHER* m_watcher = nullptr;
 };

@@ -94,40 +94,42 @@ class ZORVA_MGR {
     // there is nothing to remove. False, with warning 20560, if the file can't be changed.
     virtual bool delete_db(std::string device_name, std::string db_dir);
 
+    // What a kind of flash lacks, such as flows, templates or legacy devices, answers with nothing,
+    // or is an internal error where a caller had to ask first; unless the manager tells otherwise.
     virtual DEV_FAMILY_ENUM get_flash_family();
     // Device families that the interface serves, in ascending order.
     virtual const std::vector<DEV_FAMILY_ENUM> get_device_family_list();
     virtual const std::vector<PGMIO_CONFIG_SCHEME> get_config_mode_list();
     // Names of the devices that suit a family and a scheme; all of them with `skip_filtering`.
     virtual const std::vector<std::string> get_new_config_device_list(
-        DEV_FAMILY_ENUM family, PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering) = 0;
+        DEV_FAMILY_ENUM family, PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering);
     virtual const std::vector<std::string> get_legacy_config_device_list(
-        DEV_FAMILY_ENUM family, PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering) = 0;
+        DEV_FAMILY_ENUM family, PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering);
     virtual const std::vector<std::string> get_device_io_voltage_list();
     virtual const std::vector<std::string> get_device_density_list();
     // The golden templates, then the user's.
-    virtual const std::vector<std::string> get_prog_flow_template_list() = 0;
-    virtual const std::vector<std::string> get_user_template_list() = 0;
+    virtual const std::vector<std::string> get_prog_flow_template_list();
+    virtual const std::vector<std::string> get_user_template_list();
 
     // A new, fully loaded manager of the same class, the caller's.
     virtual ZORVA_MGR* get_new_instance() = 0;
     // A new record that stays the manager's; fill it, then hand it to update_db.
     virtual ZORVA_FLASH* create_flash(std::string device_name) = 0;
     // New objects, the caller's until they go into an operation or a record.
-    virtual ZORVA_ACTION* create_action(ZORVA_ACT_TYPE type) = 0;
-    virtual ZORVA_OPERATION* create_operation(ZORVA_OP_TYPE type) = 0;
+    virtual ZORVA_ACTION* create_action(ZORVA_ACT_TYPE type);
+    virtual ZORVA_OPERATION* create_operation(ZORVA_OP_TYPE type);
 
     // The five operations of a flow of a template, the manager's; copy what is to be kept.
     virtual const std::vector<ZORVA_OPERATION*>* get_prog_flow_template_operation_list(
-        ZORVA_PROG_FLOW_TEMPLATE prog_flow_template, ZORVA_PROG_FLOW_TYPE flow_type) = 0;
+        ZORVA_PROG_FLOW_TEMPLATE prog_flow_template, ZORVA_PROG_FLOW_TYPE flow_type);
     virtual const std::vector<ZORVA_OPERATION*>* get_user_template_operation_list(
-        std::string& template_name, ZORVA_PROG_FLOW_TYPE flow_type) = 0;
+        std::string& template_name, ZORVA_PROG_FLOW_TYPE flow_type);
     // Whether the user may edit the flows of a device; null stands for a device not stored yet.
-    virtual bool get_operation_editable_permission(ZORVA_FLASH* flash) = 0;
+    virtual bool get_operation_editable_permission(ZORVA_FLASH* flash);
     // Stores the flows of a record as the user template that it names. False as in update_db.
-    virtual bool update_template_db(ZORVA_FLASH* flash, std::string db_dir) = 0;
+    virtual bool update_template_db(ZORVA_FLASH* flash, std::string db_dir);
     // Removes a user template. False if there is none, and as in delete_db.
-    virtual bool delete_template(std::string template_name) = 0;
+    virtual bool delete_template(std::string template_name);
 
   protected:
     virtual bool is_valid_name(std::string& name);
@@ -142,11 +144,11 @@ class ZORVA_MGR {
     virtual PGM_COMMON_XML_ELEMENT* create_xml_object_with_flash_list(
         std::vector<ZORVA_FLASH*> flash_list) = 0;
     // Adds the templates to a document; makes it if `root` is null.
-    virtual void create_user_template_with_template_list(
-        PGM_COMMON_XML_ELEMENT*& root, std::vector<std::string> template_list) = 0;
+    virtual void create_user_template_with_template_list(PGM_COMMON_XML_ELEMENT*& root,
+                                                         std::vector<std::string> template_list);
     // Whether a name stands in get_legacy_config_device_list, without building that list.
     virtual bool is_legacy_config_device(const std::string& device_name, DEV_FAMILY_ENUM family,
-                                         PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering) = 0;
+                                         PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering);
 
   public:
     // The two directories of user files. Each ends in a slash.

@@ -13,11 +13,6 @@ class ZORVA_QSPI_FLASH : public ZORVA_FLASH {
     DEV_FAMILY_ENUM get_family() override;
     // "QSPI128MB", "QSPI1GB": the number counts megabits or gigabits. Empty below 128 Mbit.
     std::string get_generic_name() override;
-    const std::vector<ZORVA_OPERATION*>* get_operation_list(ZORVA_PROG_FLOW_TYPE flow) override;
-    void add_operation_into_list(ZORVA_OPERATION* operation, ZORVA_PROG_FLOW_TYPE flow) override;
-    void set_operation_list(std::vector<ZORVA_OPERATION*> operation_list,
-                            ZORVA_PROG_FLOW_TYPE flow) override;
-    void clear_operation_list() override;
     std::string get_parameter_value(ZORVA_FLASH_PARAM param) override;
     dword get_parameter_value_in_dword(ZORVA_FLASH_PARAM param, dword* mask) override;
     void set_parameter_value(ZORVA_FLASH_PARAM param, dword value) override;
@@ -28,7 +23,6 @@ class ZORVA_QSPI_FLASH : public ZORVA_FLASH {
     // is empty or no data list.
     dword get_id_in_dword(dword* mask) const;
     void set_id(std::string id);
-    std::vector<ZORVA_OPERATION*>& flow_list(ZORVA_PROG_FLOW_TYPE flow);
     // The field that holds a parameter; null for one that isn't held in that form.
     std::string* text_field(ZORVA_FLASH_PARAM param);
     dword* number_field(ZORVA_FLASH_PARAM param);
@@ -43,6 +37,4 @@ class ZORVA_QSPI_FLASH : public ZORVA_FLASH {
     dword m_dummy_clk_cycle_x4 = 0;
     std::string m_prog_flow_template;
     std::string m_template_name;
-    std::vector<ZORVA_OPERATION*> m_sfl_operation_list;
-    std::vector<ZORVA_OPERATION*> m_sdm_operation_list;
 };

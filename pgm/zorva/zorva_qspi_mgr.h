@@ -25,8 +25,6 @@ class ZORVA_QSPI_MGR : public ZORVA_MGR {
     const std::vector<std::string> get_legacy_config_device_list(DEV_FAMILY_ENUM family,
                                                                  PGMIO_CONFIG_SCHEME config_mode,
                                                                  bool skip_filtering) override;
-    const std::vector<std::string> get_prog_flow_template_list() override;
-    const std::vector<std::string> get_user_template_list() override;
     ZORVA_MGR* get_new_instance() override;
     ZORVA_FLASH* create_flash(std::string device_name) override;
     ZORVA_ACTION* create_action(ZORVA_ACT_TYPE type) override;

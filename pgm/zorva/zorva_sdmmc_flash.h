@@ -13,20 +13,14 @@ class ZORVA_SDMMC_FLASH : public ZORVA_FLASH {
     DEV_FAMILY_ENUM get_family() override;
     // "SDMMC_8GB"; below 1 GiB "SDMMC_512MB".
     std::string get_generic_name() override;
-    const std::vector<ZORVA_OPERATION*>* get_operation_list(ZORVA_PROG_FLOW_TYPE flow) override;
-    void add_operation_into_list(ZORVA_OPERATION* operation, ZORVA_PROG_FLOW_TYPE flow) override;
-    void set_operation_list(std::vector<ZORVA_OPERATION*> operation_list,
-                            ZORVA_PROG_FLOW_TYPE flow) override;
-    void clear_operation_list() override;
     std::string get_parameter_value(ZORVA_FLASH_PARAM param) override;
     dword get_parameter_value_in_dword(ZORVA_FLASH_PARAM param, dword* mask) override;
     void set_parameter_value(ZORVA_FLASH_PARAM param, dword value) override;
     void set_parameter_value(ZORVA_FLASH_PARAM param, std::string value) override;
 
-  private:
-    // Any flow but SDM is an internal error.
-    std::vector<ZORVA_OPERATION*>& flow_list(ZORVA_PROG_FLOW_TYPE flow);
+  protected:
+    bool has_flow(ZORVA_PROG_FLOW_TYPE flow) const override;
 
+  private:
     std::string m_io_voltage;
-    std::vector<ZORVA_OPERATION*> m_sdm_operation_list;
 };

@@ -51,8 +51,7 @@ struct element : PGM_COMMON_XML_ELEMENT {
 };
 struct flash : ZORVA_QSPI_FLASH {
     static void keep_all() {
-        keep(&flash::delete_operations, &flash::add_operation, &flash::replace_operations,
-             &flash::set_watcher, &flash::tell_watcher);
+        keep(&flash::reserve_operations, &flash::set_watcher, &flash::tell_watcher);
     }
 };
 struct action : ZORVA_QSPI_ACTION {

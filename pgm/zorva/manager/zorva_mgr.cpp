@@ -54,26 +54,6 @@ void ZORVA_MGR::set_active_device_family(DEV_FAMILY_ENUM family) {
     parts().use_sdm_mode = parts().family(family).use_sdm_mode;
 }
 
-DEV_FAMILY_ENUM ZORVA_MGR::get_flash_family() { return parts().interface.flash_family; }
-
-const std::vector<DEV_FAMILY_ENUM> ZORVA_MGR::get_device_family_list() {
-    std::vector<DEV_FAMILY_ENUM> families;
-    for (const auto& [family, info] : parts().families) families.push_back(family);
-    return families;
-}
-
-const std::vector<PGMIO_CONFIG_SCHEME> ZORVA_MGR::get_config_mode_list() {
-    return {parts().interface.config_modes.begin(), parts().interface.config_modes.end()};
-}
-
-const std::vector<std::string> ZORVA_MGR::get_device_io_voltage_list() {
-    return {parts().interface.io_voltages.begin(), parts().interface.io_voltages.end()};
-}
-
-const std::vector<std::string> ZORVA_MGR::get_device_density_list() {
-    return {parts().interface.densities.begin(), parts().interface.densities.end()};
-}
-
 void ZORVA_MGR::fill_family_info(bool (*serves)(const PGMDEV_DEVICE_INFO&)) {
     PGMDEV_DEV_INFO_MANAGER service(false, 0);
     for (dword family = 1; family <= DEV_FAMILY_LAST; ++family) {
@@ -144,10 +124,6 @@ std::string ZORVA_MGR::get_flash_file(const std::string& device_name) const {
     const auto found = files.find(device_name);
     return found == files.end() ? std::string() : found->second;
 }
-
-bool ZORVA_MGR::is_new_device_supported() { return true; }
-bool ZORVA_MGR::is_flash_operation_supported() { return true; }
-bool ZORVA_MGR::is_flash_action_supported() { return true; }
 
 const ZORVA_LOAD_REPORT& ZORVA_MGR::get_load_report() const { return parts().loader.report(); }
 

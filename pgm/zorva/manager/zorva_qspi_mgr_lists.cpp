@@ -8,7 +8,6 @@
 #include "services/text.h"
 
 #include <algorithm>
-#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -116,20 +115,6 @@ const std::vector<std::string> ZORVA_QSPI_MGR::get_legacy_config_device_list(
         if (legacy_device_suits(parts(), name, io_voltage, family, config_mode, skip_filtering))
             names.push_back(name);
     return sorted_by_service(std::move(names));
-}
-
-const std::vector<std::string> ZORVA_QSPI_MGR::get_prog_flow_template_list() {
-    std::vector<std::string> names = get_user_template_list();
-    const auto vendors = zorva_golden_vendors();
-    std::ranges::transform(vendors, std::inserter(names, names.begin()),
-                           &ZORVA_GOLDEN_VENDOR_ROW::name);
-    return names;
-}
-
-const std::vector<std::string> ZORVA_QSPI_MGR::get_user_template_list() {
-    std::vector<std::string> names;
-    for (const auto& [name, user_template] : parts().catalogue.templates()) names.push_back(name);
-    return names;
 }
 
 const std::vector<ZORVA_OPERATION*>* ZORVA_QSPI_MGR::get_prog_flow_template_operation_list(

@@ -42,50 +42,11 @@ bool ZORVA_SDMMC_MGR::is_new_device_supported() { return custom_devices_are_enab
 bool ZORVA_SDMMC_MGR::is_flash_operation_supported() { return false; }
 bool ZORVA_SDMMC_MGR::is_flash_action_supported() { return false; }
 
-const std::vector<std::string> ZORVA_SDMMC_MGR::get_new_config_device_list(DEV_FAMILY_ENUM,
-                                                                           PGMIO_CONFIG_SCHEME,
-                                                                           bool) {
-    std::vector<std::string> names;
-    for (const auto& [name, flash] : parts().catalogue.devices()) names.push_back(name);
-    return names;
-}
-
-const std::vector<std::string> ZORVA_SDMMC_MGR::get_legacy_config_device_list(DEV_FAMILY_ENUM,
-                                                                              PGMIO_CONFIG_SCHEME,
-                                                                              bool) {
-    return {};
-}
-
-const std::vector<std::string> ZORVA_SDMMC_MGR::get_prog_flow_template_list() { return {}; }
-const std::vector<std::string> ZORVA_SDMMC_MGR::get_user_template_list() { return {}; }
-
 ZORVA_MGR* ZORVA_SDMMC_MGR::get_new_instance() { return new ZORVA_SDMMC_MGR; }
 
 ZORVA_FLASH* ZORVA_SDMMC_MGR::create_flash(std::string device_name) {
     return adopt_new_flash(std::make_unique<ZORVA_SDMMC_FLASH>(std::move(device_name)));
 }
-
-ZORVA_ACTION* ZORVA_SDMMC_MGR::create_action(ZORVA_ACT_TYPE) {
-    ZORVA_FAIL("Unsupported function: create_action");
-}
-
-ZORVA_OPERATION* ZORVA_SDMMC_MGR::create_operation(ZORVA_OP_TYPE) {
-    ZORVA_FAIL("Unsupported function: create_operation");
-}
-
-const std::vector<ZORVA_OPERATION*>* ZORVA_SDMMC_MGR::get_prog_flow_template_operation_list(
-    ZORVA_PROG_FLOW_TEMPLATE, ZORVA_PROG_FLOW_TYPE) {
-    return nullptr;
-}
-
-const std::vector<ZORVA_OPERATION*>* ZORVA_SDMMC_MGR::get_user_template_operation_list(
-    std::string&, ZORVA_PROG_FLOW_TYPE) {
-    return nullptr;
-}
-
-bool ZORVA_SDMMC_MGR::get_operation_editable_permission(ZORVA_FLASH*) { return false; }
-bool ZORVA_SDMMC_MGR::update_template_db(ZORVA_FLASH*, std::string) { return true; }
-bool ZORVA_SDMMC_MGR::delete_template(std::string) { return true; }
 
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> ZORVA_SDMMC_MGR::create_xml_device_info(
     ZORVA_FLASH* flash) {
@@ -116,14 +77,6 @@ PGM_COMMON_XML_ELEMENT* ZORVA_SDMMC_MGR::create_xml_object_with_flash_list(
         root->add_child(element.release(), nullptr);
     }
     return root.release();
-}
-
-void ZORVA_SDMMC_MGR::create_user_template_with_template_list(PGM_COMMON_XML_ELEMENT*&,
-                                                              std::vector<std::string>) {}
-
-bool ZORVA_SDMMC_MGR::is_legacy_config_device(const std::string&, DEV_FAMILY_ENUM,
-                                              PGMIO_CONFIG_SCHEME, bool) {
-    return false;
 }
 
 ZORVA_LOAD_REPORT ZORVA_SDMMC_MGR::judge_files(const std::vector<std::string>& files) {

@@ -18,10 +18,14 @@ constexpr qword bytes_of_unit(char unit) {
     }
 }
 
+void delete_operations(std::vector<ZORVA_OPERATION*>& list) {
+    for (; !list.empty(); list.pop_back()) delete list.back();
+}
+
 }  // namespace
 
 ZORVA_FLASH::ZORVA_FLASH(std::string name) : m_name(std::move(name)) {}
-ZORVA_FLASH::~ZORVA_FLASH() = default;
+ZORVA_FLASH::~ZORVA_FLASH() { ZORVA_FLASH::clear_operation_list(); }
 
 std::string ZORVA_FLASH::get_name() { return m_name; }
 void ZORVA_FLASH::set_name(std::string name) { m_name = std::move(name); }
@@ -47,17 +51,39 @@ qword ZORVA_FLASH::get_density_in_bytes_qword() {
                                                            nullptr, nullptr, false);
 }
 
-void ZORVA_FLASH::delete_operations(std::vector<ZORVA_OPERATION*>& list) {
-    for (; !list.empty(); list.pop_back()) delete list.back();
+void ZORVA_FLASH::reserve_operations(std::size_t count) {
+    m_sfl_operation_list.reserve(count);
+    m_sdm_operation_list.reserve(count);
 }
 
-void ZORVA_FLASH::add_operation(std::vector<ZORVA_OPERATION*>& list, ZORVA_OPERATION* operation) {
+bool ZORVA_FLASH::has_flow(ZORVA_PROG_FLOW_TYPE flow) const {
+    return flow == ZORVA_PROG_FLOW_TYPE_SFL || flow == ZORVA_PROG_FLOW_TYPE_SDM;
+}
+
+std::vector<ZORVA_OPERATION*>& ZORVA_FLASH::flow_list(ZORVA_PROG_FLOW_TYPE flow) {
+    if (!has_flow(flow)) ZORVA_FAIL("Unknown programming flow type");
+    return flow == ZORVA_PROG_FLOW_TYPE_SDM ? m_sdm_operation_list : m_sfl_operation_list;
+}
+
+const std::vector<ZORVA_OPERATION*>* ZORVA_FLASH::get_operation_list(ZORVA_PROG_FLOW_TYPE flow) {
+    return &flow_list(flow);
+}
+
+void ZORVA_FLASH::add_operation_into_list(ZORVA_OPERATION* operation, ZORVA_PROG_FLOW_TYPE flow) {
+    std::vector<ZORVA_OPERATION*>& list = flow_list(flow);
     ZORVA_ASSERT(operation);
     list.push_back(operation);
 }
 
-void ZORVA_FLASH::replace_operations(std::vector<ZORVA_OPERATION*>& list,
-                                     std::vector<ZORVA_OPERATION*> operation_list) {
+void ZORVA_FLASH::set_operation_list(std::vector<ZORVA_OPERATION*> operation_list,
+                                     ZORVA_PROG_FLOW_TYPE flow) {
+    ZORVA_ASSERT(!operation_list.empty());
+    std::vector<ZORVA_OPERATION*>& list = flow_list(flow);
     delete_operations(list);
     list = std::move(operation_list);
+}
+
+void ZORVA_FLASH::clear_operation_list() {
+    delete_operations(m_sfl_operation_list);
+    delete_operations(m_sdm_operation_list);
 }

@@ -7,11 +7,10 @@
 #include <algorithm>
 
 ZORVA_QSPI_FLASH::ZORVA_QSPI_FLASH(std::string name) : ZORVA_FLASH(std::move(name)) {
-    m_sfl_operation_list.reserve(zorva_operations().size());
-    m_sdm_operation_list.reserve(zorva_operations().size());
+    reserve_operations(zorva_operations().size());
 }
 
-ZORVA_QSPI_FLASH::~ZORVA_QSPI_FLASH() { ZORVA_QSPI_FLASH::clear_operation_list(); }
+ZORVA_QSPI_FLASH::~ZORVA_QSPI_FLASH() = default;
 
 DEV_FAMILY_ENUM ZORVA_QSPI_FLASH::get_family() { return DEV_FAMILY_QSPI_FLASH; }
 
@@ -21,33 +20,6 @@ std::string ZORVA_QSPI_FLASH::get_generic_name() {
     if (bits >= 0x40000000) return fmt::format("QSPI{}GB", bits >> 30);
     if (bits >= 0x8000000) return fmt::format("QSPI{}MB", bits >> 20);
     return {};
-}
-
-std::vector<ZORVA_OPERATION*>& ZORVA_QSPI_FLASH::flow_list(ZORVA_PROG_FLOW_TYPE flow) {
-    if (flow == ZORVA_PROG_FLOW_TYPE_SFL) return m_sfl_operation_list;
-    if (flow == ZORVA_PROG_FLOW_TYPE_SDM) return m_sdm_operation_list;
-    ZORVA_FAIL("Unknown programming flow type");
-}
-
-const std::vector<ZORVA_OPERATION*>* ZORVA_QSPI_FLASH::get_operation_list(
-    ZORVA_PROG_FLOW_TYPE flow) {
-    return &flow_list(flow);
-}
-
-void ZORVA_QSPI_FLASH::add_operation_into_list(ZORVA_OPERATION* operation,
-                                               ZORVA_PROG_FLOW_TYPE flow) {
-    add_operation(flow_list(flow), operation);
-}
-
-void ZORVA_QSPI_FLASH::set_operation_list(std::vector<ZORVA_OPERATION*> operation_list,
-                                          ZORVA_PROG_FLOW_TYPE flow) {
-    ZORVA_ASSERT(!operation_list.empty());
-    replace_operations(flow_list(flow), std::move(operation_list));
-}
-
-void ZORVA_QSPI_FLASH::clear_operation_list() {
-    delete_operations(m_sfl_operation_list);
-    delete_operations(m_sdm_operation_list);
 }
 
 std::string* ZORVA_QSPI_FLASH::text_field(ZORVA_FLASH_PARAM param) {

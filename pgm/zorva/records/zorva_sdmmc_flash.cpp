@@ -3,7 +3,7 @@
 #include "pgm/zorva/rules/zorva_report.h"
 
 ZORVA_SDMMC_FLASH::ZORVA_SDMMC_FLASH(std::string name) : ZORVA_FLASH(std::move(name)) {}
-ZORVA_SDMMC_FLASH::~ZORVA_SDMMC_FLASH() { ZORVA_SDMMC_FLASH::clear_operation_list(); }
+ZORVA_SDMMC_FLASH::~ZORVA_SDMMC_FLASH() = default;
 
 DEV_FAMILY_ENUM ZORVA_SDMMC_FLASH::get_family() { return DEV_FAMILY_SDMMC_FLASH; }
 
@@ -13,28 +13,9 @@ std::string ZORVA_SDMMC_FLASH::get_generic_name() {
     return fmt::format("SDMMC_{}MB", bytes >> 20);
 }
 
-std::vector<ZORVA_OPERATION*>& ZORVA_SDMMC_FLASH::flow_list(ZORVA_PROG_FLOW_TYPE flow) {
-    if (flow != ZORVA_PROG_FLOW_TYPE_SDM) ZORVA_FAIL("Unknown programming flow type");
-    return m_sdm_operation_list;
+bool ZORVA_SDMMC_FLASH::has_flow(ZORVA_PROG_FLOW_TYPE flow) const {
+    return flow == ZORVA_PROG_FLOW_TYPE_SDM;
 }
-
-const std::vector<ZORVA_OPERATION*>* ZORVA_SDMMC_FLASH::get_operation_list(
-    ZORVA_PROG_FLOW_TYPE flow) {
-    return &flow_list(flow);
-}
-
-void ZORVA_SDMMC_FLASH::add_operation_into_list(ZORVA_OPERATION* operation,
-                                                ZORVA_PROG_FLOW_TYPE flow) {
-    add_operation(flow_list(flow), operation);
-}
-
-void ZORVA_SDMMC_FLASH::set_operation_list(std::vector<ZORVA_OPERATION*> operation_list,
-                                           ZORVA_PROG_FLOW_TYPE flow) {
-    ZORVA_ASSERT(!operation_list.empty());
-    replace_operations(flow_list(flow), std::move(operation_list));
-}
-
-void ZORVA_SDMMC_FLASH::clear_operation_list() { delete_operations(m_sdm_operation_list); }
 
 std::string ZORVA_SDMMC_FLASH::get_parameter_value(ZORVA_FLASH_PARAM param) {
     return param == ZORVA_FLASH_PARAM_IO_VOLTAGE ? m_io_voltage : std::string();
