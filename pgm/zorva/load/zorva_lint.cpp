@@ -40,7 +40,7 @@ void LINT::begin(const std::string& path) {
 ZORVA_JUDGED LINT::judge_file(const std::string& file) {
     begin(file);
     std::string error;
-    const auto root = zorva_parse_xml_file(m_interface, file, false, error);
+    const auto root = zorva_parse_xml_file(m_interface, file, error);
     if (!root && zorva_is_empty_file(file)) return std::move(m_judged);
     return judge(root.get(), error);
 }

@@ -115,9 +115,7 @@ void FILE_LOAD::refuse_repeated(ZORVA_DEFINITION& definition) {
 
 void ZORVA_LOADER::load_shipped_file() {
     const std::string file = zorva_golden_template_file(m_interface);
-    std::string error;
-    const auto root = zorva_parse_xml_file(m_interface, file, true, error);
-    if (!root) ZORVA_FAIL("%s", error);
+    const auto root = zorva_parse_shipped_file(m_interface);
     m_log.begin_file(file, ZORVA_ORIGIN::SHIPPED);
     const bool flows_taken = take_golden_templates(*root);
     // The shipped devices are read even so, to tell all that is wrong with the file.
@@ -194,7 +192,7 @@ void ZORVA_LOADER::load_file(const std::string& file, ZORVA_DIRECTORY directory,
         return;
     }
     std::string error;
-    const auto root = zorva_parse_xml_file(m_interface, file, false, error);
+    const auto root = zorva_parse_xml_file(m_interface, file, error);
     if (root) {
         FILE_LOAD load(m_catalogue, m_log, file, directory, false, leftover);
         zorva_walk(m_interface, *root, load);

@@ -14,6 +14,13 @@ std::string schema_error(const std::string& xml_file, const std::string& xsd) {
     return first_text.empty() ? second_text : first_text;
 }
 
+std::string not_found(const std::string& xml_file) { return xml_file + " not found."; }
+
+void* parse(const ZORVA_INTERFACE& interface, const std::string& xml_file, bool shipped) {
+    return PGM_COMMON_XML::parse_xml(interface.document, xml_file, zorva_xsd_file(interface),
+                                     shipped, "", "", "");
+}
+
 }  // namespace
 
 bool zorva_is_shipped_file(const std::string& path) {
@@ -46,20 +53,22 @@ bool zorva_is_empty_file(const std::string& path) {
     return FIO_FILE_SYSTEM::read(path, bytes) && bytes.empty();
 }
 
+std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_parse_shipped_file(const ZORVA_INTERFACE& interface) {
+    const std::string xml_file = zorva_golden_template_file(interface);
+    if (!FIO_FILE_SYSTEM::exists(xml_file)) ZORVA_FAIL("%s", not_found(xml_file));
+    void* object = parse(interface, xml_file, true);
+    if (!object) ZORVA_FAIL("*object != 0");
+    return std::unique_ptr<PGM_COMMON_XML_ELEMENT>(static_cast<PGM_COMMON_XML_ELEMENT*>(object));
+}
+
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_parse_xml_file(const ZORVA_INTERFACE& interface,
                                                              const std::string& xml_file,
-                                                             bool golden, std::string& error) {
-    error.clear();
-    if (!FIO_FILE_SYSTEM::exists(xml_file)) {
-        error = xml_file + " not found.";
-        return nullptr;
-    }
-    const std::string xsd = zorva_xsd_file(interface);
-    if (!golden) error = schema_error(xml_file, xsd);
+                                                             std::string& error) {
+    error = FIO_FILE_SYSTEM::exists(xml_file) ? schema_error(xml_file, zorva_xsd_file(interface))
+                                              : not_found(xml_file);
     if (!error.empty()) return nullptr;
-    void* object = PGM_COMMON_XML::parse_xml(interface.document, xml_file, xsd, golden, "", "", "");
-    // The shipped file is part of the installation; a user's file may have changed under our eyes.
-    if (!object && golden) ZORVA_FAIL("*object != 0");
+    void* object = parse(interface, xml_file, false);
+    // It may have changed under our eyes.
     if (!object) error = xml_file + ":1: can't be read any more.";
     return std::unique_ptr<PGM_COMMON_XML_ELEMENT>(static_cast<PGM_COMMON_XML_ELEMENT*>(object));
 }

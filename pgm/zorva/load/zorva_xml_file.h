@@ -25,11 +25,14 @@ std::string zorva_xsd_file(const ZORVA_INTERFACE& interface);
 
 bool zorva_is_empty_file(const std::string& path);
 
-// The tree of a file, checked against the schema unless `golden`. Null for a file that can't be
-// taken; *error then tells why, for one with several faults in as many lines.
+// The tree of the shipped file, which isn't checked against the schema. One that can't be taken is
+// an internal error.
+std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_parse_shipped_file(const ZORVA_INTERFACE& interface);
+// The tree of a file, checked against the schema. Null for a file that can't be taken; *error then
+// tells why, for one with several faults in as many lines.
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_parse_xml_file(const ZORVA_INTERFACE& interface,
                                                              const std::string& xml_file,
-                                                             bool golden, std::string& error);
+                                                             std::string& error);
 // The same for the bytes of a file, by one pass and with their comments; `name` is for the error.
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_parse_bytes(const ZORVA_INTERFACE& interface,
                                                           const std::string& bytes,

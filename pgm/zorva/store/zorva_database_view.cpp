@@ -110,12 +110,13 @@ ZORVA_DATABASE_VIEW::IN_FORCE ZORVA_DATABASE_VIEW::in_force() const {
     for (const std::string& name : m_shipped_devices)
         in_force.emplace(PLACE{0, {DEVICE, name}}, std::string());
     for (std::size_t place = 0; place < m_files.size(); ++place)
-        for (const auto& [file, contents] : m_files[place]) take(place, file, contents, in_force);
+        for (const auto& [file, contents] : m_files[place])
+            bring_into_force(place, file, contents, in_force);
     return in_force;
 }
 
-void ZORVA_DATABASE_VIEW::take(std::size_t place, const std::string& file,
-                               const ZORVA_CONTENTS& contents, IN_FORCE& in_force) {
+void ZORVA_DATABASE_VIEW::bring_into_force(std::size_t place, const std::string& file,
+                                           const ZORVA_CONTENTS& contents, IN_FORCE& in_force) {
     ZORVA_FILE_RULE rule;
     for (const ZORVA_MET& met : contents) {
         const PLACE at{met.key.kind == TEMPLATE ? 0 : place, met.key};

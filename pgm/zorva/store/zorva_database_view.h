@@ -51,8 +51,8 @@ class ZORVA_DATABASE_VIEW {
     bool read_related_in(std::size_t place, std::string& why);
     // The names of a kind that count where the files of a directory do.
     std::set<std::string> names_met(ZORVA_DEFINITION_KIND kind, std::size_t own) const;
-    static void take(std::size_t place, const std::string& file, const ZORVA_CONTENTS& contents,
-                     IN_FORCE& in_force);
+    static void bring_into_force(std::size_t place, const std::string& file,
+                                 const ZORVA_CONTENTS& contents, IN_FORCE& in_force);
 
     const ZORVA_INTERFACE& m_interface;
     std::vector<std::string> m_directories;

@@ -138,7 +138,7 @@ void tidy(const TEMPORARY_FILES& files) {
 }
 
 // Takes a leftover definition out of its file; false if that can't be done.
-bool take_out(const ZORVA_INTERFACE& interface, const ZORVA_LEFTOVER& leftover) {
+bool finish_move(const ZORVA_INTERFACE& interface, const ZORVA_LEFTOVER& leftover) {
     auto file = ZORVA_STORED_FILE::read(interface, leftover.path).file;
     if (!file) return false;
     if (!file->holds(leftover.key)) return true;
@@ -157,8 +157,8 @@ bool is_no_file(const std::error_code& error) {
 }
 
 // Takes back the files of a batch that wasn't finished, as far as they are as the batch made them.
-bool take_back(const TEMPORARY_FILES& files, const std::string& directory,
-               const ZORVA_BATCH_NOTE& note) {
+bool undo_batch(const TEMPORARY_FILES& files, const std::string& directory,
+                const ZORVA_BATCH_NOTE& note) {
     bool done = true;
     for (const ZORVA_BATCH_NOTE::FILE& file : note.files) {
         const std::string path = directory + file.name;
@@ -275,7 +275,7 @@ std::string zorva_make_files(const ZORVA_INTERFACE& interface,
     if (why.empty() && !FIO_FILE_SYSTEM::remove(files.batch_note.c_str()))
         why = failed(files.batch_note, "removed");
     note.files.resize(made);
-    if (!why.empty() && take_back(files, directory, note)) tidy(files);
+    if (!why.empty() && undo_batch(files, directory, note)) tidy(files);
     FIO_FILE_SYSTEM::flush_directory(directory);
     return why;
 }
@@ -290,9 +290,9 @@ ZORVA_LEFTOVER zorva_finish_change(const ZORVA_INTERFACE& interface, const std::
     const TEMPORARY_FILES files(interface, directory);
     const NOTES notes = read_notes(files, directory);
     if (!locked || notes.leftover.is_unknown) return notes.leftover;
-    const bool moved = notes.leftover.path.empty() || take_out(interface, notes.leftover);
-    const bool taken_back = !notes.batch || take_back(files, directory, *notes.batch);
-    if (!moved || !taken_back) return notes.leftover;
+    const bool moved = notes.leftover.path.empty() || finish_move(interface, notes.leftover);
+    const bool undone = !notes.batch || undo_batch(files, directory, *notes.batch);
+    if (!moved || !undone) return notes.leftover;
     if (!notes.leftover.is_none()) FIO_FILE_SYSTEM::flush_directory(directory);
     tidy(files);
     return {};

@@ -142,7 +142,7 @@ bool ZORVA_STORE::try_definitions(const std::vector<ZORVA_NEW_DEFINITION>& defin
     return change_files(definitions, db_dir, true);
 }
 
-bool ZORVA_STORE::take_out_of_file(const ZORVA_DEFINITION_KEY& key, const std::string& file,
+bool ZORVA_STORE::remove_from_file(const ZORVA_DEFINITION_KEY& key, const std::string& file,
                                    const std::string& db_dir, bool is_trial) {
     if (FIO_PATH(file).full_directory() != db_dir) {
         m_outcome =
@@ -150,7 +150,7 @@ bool ZORVA_STORE::take_out_of_file(const ZORVA_DEFINITION_KEY& key, const std::s
         return false;
     }
     ZORVA_TRANSACTION transaction = new_transaction(db_dir, is_trial);
-    m_outcome = transaction.take_out(key, file);
+    m_outcome = transaction.remove(key, file);
     if (m_outcome.is_done() && !is_trial)
         m_catalogue.forget_missing(transaction.changed_files(), key);
     return m_outcome.is_done();
@@ -158,12 +158,12 @@ bool ZORVA_STORE::take_out_of_file(const ZORVA_DEFINITION_KEY& key, const std::s
 
 bool ZORVA_STORE::remove_definition(const ZORVA_DEFINITION_KEY& key, const std::string& file) {
     const std::string db_dir = zorva_database_directory(file);
-    if (!take_out_of_file(key, file, db_dir, false)) return false;
+    if (!remove_from_file(key, file, db_dir, false)) return false;
     const ZORVA_DIRECTORY directory = directory_of(db_dir);
     if (m_catalogue.file_known_of(key, directory) == file) m_catalogue.forget(key, file, directory);
     return true;
 }
 
 bool ZORVA_STORE::try_removal(const ZORVA_DEFINITION_KEY& key, const std::string& file) {
-    return take_out_of_file(key, file, zorva_database_directory(file), true);
+    return remove_from_file(key, file, zorva_database_directory(file), true);
 }

@@ -169,7 +169,7 @@ bool ZORVA_STORE::delete_definition(const ZORVA_DEFINITION_KEY& key, const std::
             trace_template_maps(when);
     };
     trace_found(key, file, directory);
-    if (!take_out_of_file(key, file, db_dir, false)) return refuse_update(db_dir);
+    if (!remove_from_file(key, file, db_dir, false)) return refuse_update(db_dir);
     trace_maps("Before");
     // The record goes at once: that is what the caller asked for.
     m_catalogue.forget(key, file, directory);

@@ -81,11 +81,11 @@ ZORVA_CHANGE_OUTCOME ZORVA_TRANSACTION::put_all(std::vector<DEFINITION> definiti
     return locked(definitions.front().file, [&] { return put_all_locked(definitions); });
 }
 
-ZORVA_CHANGE_OUTCOME ZORVA_TRANSACTION::take_out(const ZORVA_DEFINITION_KEY& key,
-                                                 const std::string& file) {
+ZORVA_CHANGE_OUTCOME ZORVA_TRANSACTION::remove(const ZORVA_DEFINITION_KEY& key,
+                                               const std::string& file) {
     if (zorva_is_shipped_file(file))
         return failed(STATE::PROTECTED, fmt::format("{} is a shipped file.", file));
-    return locked(file, [&] { return take_out_locked(key, file); });
+    return locked(file, [&] { return remove_locked(key, file); });
 }
 
 OUTCOME ZORVA_TRANSACTION::check_target(const DEFINITION& definition) const {
@@ -199,8 +199,7 @@ OUTCOME ZORVA_TRANSACTION::put_all_locked(std::vector<DEFINITION>& definitions) 
     return written(zorva_make_files(m_interface, changes));
 }
 
-OUTCOME ZORVA_TRANSACTION::take_out_locked(const ZORVA_DEFINITION_KEY& key,
-                                           const std::string& file) {
+OUTCOME ZORVA_TRANSACTION::remove_locked(const ZORVA_DEFINITION_KEY& key, const std::string& file) {
     if (!FIO_FILE_SYSTEM::exists(file))
         return failed(STATE::FILE_FAILED, fmt::format("{} isn't there any more.", file));
     OUTCOME outcome;

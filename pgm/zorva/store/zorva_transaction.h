@@ -49,7 +49,7 @@ class ZORVA_TRANSACTION {
     // Puts new definitions into files of their own, all or none.
     ZORVA_CHANGE_OUTCOME put_all(std::vector<DEFINITION> definitions);
     // Takes a definition, in force or not, out of a file. Nothing to be taken out is done, too.
-    ZORVA_CHANGE_OUTCOME take_out(const ZORVA_DEFINITION_KEY& key, const std::string& file);
+    ZORVA_CHANGE_OUTCOME remove(const ZORVA_DEFINITION_KEY& key, const std::string& file);
 
     const CHANGED_FILES& changed_files() const { return m_changed; }
 
@@ -62,7 +62,7 @@ class ZORVA_TRANSACTION {
     OUTCOME begin(const FIO_DIRECTORY_LOCK& lock) const;
     OUTCOME put_locked(DEFINITION& definition);
     OUTCOME put_all_locked(std::vector<DEFINITION>& definitions);
-    OUTCOME take_out_locked(const ZORVA_DEFINITION_KEY& key, const std::string& file);
+    OUTCOME remove_locked(const ZORVA_DEFINITION_KEY& key, const std::string& file);
 
     // The file as it stands, which the view knows from then on.
     std::optional<ZORVA_STORED_FILE> read(const std::string& file, OUTCOME& outcome);
