@@ -1,7 +1,7 @@
 // The programmer's common framework: XML documents as element trees, directories and conversions.
 #pragma once
 
-#include "pgm/h/pgm_common_xml_export.h"
+#include "pgm/h/pgm_common_xml_description.h"
 #include "services/types.h"
 
 #include <string>
@@ -13,10 +13,8 @@ enum PGM_COMMON_XML_FILE_ENUM { PGM_COMMON_XML_FILE_QSPI = 2, PGM_COMMON_XML_FIL
 // What the framework has to know of a document kind; whoever owns the element classes registers it.
 struct PGM_COMMON_XML_DOCUMENT {
     PGM_COMMON_XML_FILE_ENUM kind;
-    PGM_COMMON_XML_ENUM root;
-    const char* schema;  // file name of the schema, as "zorva_qspi.xsd"
-    // A new element of that tag, owned by the caller; null for a tag that the kind doesn't know.
-    PGM_COMMON_XML_ELEMENT* (*create)(PGM_COMMON_XML_ENUM tag);
+    const PGM_COMMON_XML_DESCRIPTION* root;  // and through it all that stands below the root
+    const char* schema;                      // file name of the schema, as "zorva_qspi.xsd"
 };
 
 class PGM_COMMON_XML {
