@@ -21,18 +21,18 @@ std::map<unsigned, MSG_POST_TYPE>& registered() {
 }
 
 // "%N!s!" or "%N!d!" at `place`: what it asks for, and how long it is.
-struct placeholder {
+struct PLACEHOLDER {
     std::size_t number;  // 0: there is none
     char kind;
     static constexpr std::size_t length = 5;
 };
 
-placeholder placeholder_at(std::string_view text, std::size_t place) {
-    const std::string_view part = text.substr(place, placeholder::length);
-    const bool found = part.size() == placeholder::length && part[0] == '%' && part[1] >= '1' &&
+PLACEHOLDER placeholder_at(std::string_view text, std::size_t place) {
+    const std::string_view part = text.substr(place, PLACEHOLDER::length);
+    const bool found = part.size() == PLACEHOLDER::length && part[0] == '%' && part[1] >= '1' &&
                        part[1] <= '9' && part[2] == '!' && (part[3] == 's' || part[3] == 'd') &&
                        part[4] == '!';
-    return found ? placeholder{static_cast<std::size_t>(part[1] - '0'), part[3]} : placeholder{};
+    return found ? PLACEHOLDER{static_cast<std::size_t>(part[1] - '0'), part[3]} : PLACEHOLDER{};
 }
 
 std::string_view text_of(std::string_view format) { return format.substr(0, format.rfind('/')); }
@@ -41,7 +41,7 @@ std::string_view text_of(std::string_view format) { return format.substr(0, form
 std::string value_kinds(std::string_view text) {
     std::string kinds;
     for (std::size_t place = 0; place < text.size(); ++place) {
-        const placeholder found = placeholder_at(text, place);
+        const PLACEHOLDER found = placeholder_at(text, place);
         if (found.number == 0) continue;
         if (kinds.size() < found.number) kinds.resize(found.number, 's');
         kinds[found.number - 1] = found.kind;
@@ -52,12 +52,12 @@ std::string value_kinds(std::string_view text) {
 std::string fill(std::string_view text, const std::vector<std::string>& values) {
     std::string filled;
     for (std::size_t place = 0; place < text.size();) {
-        const placeholder found = placeholder_at(text, place);
+        const PLACEHOLDER found = placeholder_at(text, place);
         if (found.number == 0) {
             filled += text[place++];
         } else {
             if (found.number <= values.size()) filled += values[found.number - 1];
-            place += placeholder::length;
+            place += PLACEHOLDER::length;
         }
     }
     return filled;

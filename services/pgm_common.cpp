@@ -10,10 +10,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <limits>
+#include <memory>
 
 namespace {
 
-struct data_directory {
+struct DATA_DIRECTORY {
     std::string path;
     const char* origin;
 };
@@ -29,7 +30,7 @@ std::string directory_beside_library() {
     return (file.parent_path() / PGM_DATA_DIR_FROM_LIBRARY).lexically_normal();
 }
 
-data_directory find_data_directory() {
+DATA_DIRECTORY find_data_directory() {
     if (!pgm_host::state().common_programmer.empty()) {
         return {pgm_host::state().common_programmer, "set by the host"};
     }
@@ -61,13 +62,6 @@ qword read_number(std::string_view text, bool& ok) {
     if (text.substr(0, 2) != "0x") return read_digits(text, 10, ok);
     const std::string_view digits = text.substr(2);
     return read_digits(digits, 16, ok);
-}
-
-int hex_digit(char letter) {
-    if (letter >= '0' && letter <= '9') return letter - '0';
-    if (letter >= 'a' && letter <= 'f') return letter - 'a' + 10;
-    if (letter >= 'A' && letter <= 'F') return letter - 'A' + 10;
-    return -1;
 }
 
 template <class NUMBER, class OUT>
@@ -113,18 +107,15 @@ dword PGM_COMMON::convert_string_to_dword(std::string text, bool, bool* ok, dwor
 unsigned char* PGM_COMMON::convert_hex_string_to_byte_array(std::string text, dword limit,
                                                             dword* byte_size, bool, bool* ok) {
     const std::size_t count = (text.size() + 1) / 2;
-    const bool good =
-        !text.empty() && count <= limit &&
-        std::all_of(text.begin(), text.end(), [](char c) { return hex_digit(c) >= 0; });
+    // An odd count of digits leaves the first byte with one.
+    if (text.size() % 2 != 0) text.insert(0, 1, '0');
+    auto bytes = std::make_unique<unsigned char[]>(count);
+    bool good = !text.empty() && count <= limit;
+    for (std::size_t i = 0; good && i < count; ++i) {
+        const char* digits = text.data() + 2 * i;
+        good = std::from_chars(digits, digits + 2, bytes[i], 16).ptr == digits + 2;
+    }
     if (ok != nullptr) *ok = good;
     if (byte_size != nullptr) *byte_size = good ? static_cast<dword>(count) : 0;
-    if (!good) return nullptr;
-    auto* bytes = new unsigned char[count]();
-    // An odd count of digits leaves the first byte with one.
-    const std::size_t skipped = text.size() % 2;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        unsigned char& byte = bytes[(i + skipped) / 2];
-        byte = static_cast<unsigned char>(byte << 4 | hex_digit(text[i]));
-    }
-    return bytes;
+    return good ? bytes.release() : nullptr;
 }

@@ -44,12 +44,6 @@ element_ptr parsed(const std::string& xml) {
     return owned(PGM_COMMON_XML::parse_bytes(PGM_COMMON_XML_FILE_QSPI, xml, "test.xml"));
 }
 
-std::string bytes_of(const std::string& file) {
-    std::string bytes;
-    EXPECT_TRUE(FIO_FILE_SYSTEM::read(file, bytes)) << file;
-    return bytes;
-}
-
 class XmlTest : public InstallationTest {
   protected:
     verdict check(const std::string& xml) {
@@ -194,11 +188,6 @@ TEST_F(XmlTest, WrittenTextsReadBackToTheSameBytes) {
           std::string("\xEF\xBF\xBF"), std::string("\xF4\x90\x80\x80"), std::string("\xE2\x82")}) {
         description->write_string(text);
         EXPECT_EQ(PGM_COMMON_XML::write_bytes(tree.get()), "") << text;
-        PGM_COMMON_XML::write_xml(tree.get(), m_root + "written.xml");
-        EXPECT_FALSE(fs::exists(m_root + "written.xml"));
-        const std::string old = write_custom("old.xml", "old");
-        PGM_COMMON_XML::write_xml(tree.get(), old);
-        EXPECT_EQ(bytes_of(old), "old");
     }
 }
 
@@ -323,36 +312,6 @@ TEST_F(XmlTest, WrittenFormOfComments) {
     }
 }
 
-// A disk that fills up in the middle of a file.
-struct full_disk : pgm_host::file_system {
-    bool write(const std::string& path, std::string_view bytes) override {
-        file_system::write(path, bytes.substr(0, bytes.size() / 2));
-        return false;
-    }
-};
-
-TEST_F(XmlTest, AFailedWriteChangesNothing) {
-    const element_ptr tree = parsed(document(device(device_text{})));
-    const std::string file = m_custom_dir + "written.xml";
-    const std::string link = m_custom_dir + "link.xml";
-    write_file(file, "old");
-    fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
-    fs::create_symlink(file, link);
-    PGM_COMMON_XML::write_xml(tree.get(), link);
-    const std::string written = PGM_COMMON_XML::write_bytes(tree.get());
-    EXPECT_EQ(bytes_of(file), written);
-    EXPECT_TRUE(fs::is_symlink(link));
-    EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
-    full_disk disk;
-    pgm_host::set_file_system(&disk);
-    const element_ptr other = parsed(empty_document);
-    PGM_COMMON_XML::write_xml(other.get(), file);
-    EXPECT_EQ(bytes_of(file), written);
-    PGM_COMMON_XML::write_xml(other.get(), m_custom_dir + "new.xml");
-    PGM_COMMON_XML::write_xml(other.get(), m_root + "nothing/written.xml");
-    EXPECT_EQ(disk.list(m_custom_dir), (std::vector<std::string>{"link.xml", "written.xml"}));
-}
-
 TEST_F(XmlTest, LinesAreThoseOfTheStartTags) {
     const element_ptr tree = parsed("<?xml version=\"1.0\"?>\n<QSPI_FLASH\n  version=\"1\"\n>\n\n" +
                                     device(device_text{}) + "</QSPI_FLASH>");
@@ -437,7 +396,6 @@ TEST_F(XmlTest, WhatWasCheckedIsParsedOnce) {
     EXPECT_EQ(description_of(parse_file(file)), "new");
 
     using call = std::function<void()>;
-    const element_ptr tree = parsed(empty_document);
     const std::pair<const char*, call> rows[] = {
         {"another parse", [&] { parse_file(other); }},
         {"parse as shipped", [&] { parse_file(file, true); }},
@@ -445,7 +403,6 @@ TEST_F(XmlTest, WhatWasCheckedIsParsedOnce) {
         {"failed check", [&] { check_file("nothing"); }},
         {"check of bytes", [&] { check(empty_document); }},
         {"parse of bytes", [&] { parsed(empty_document); }},
-        {"write", [&] { PGM_COMMON_XML::write_xml(tree.get(), m_root + "w.xml"); }},
         {"another disk", [&] { pgm_host::set_file_system(nullptr); }},
     };
     for (const auto& [name, between] : rows) {

@@ -33,15 +33,15 @@ const XML_DOCUMENT* document_of_schema(std::string_view xsd_file) {
 }
 
 // What check_xsd has just passed, for the parse_xml that follows it.
-struct kept_document {
+struct KEPT_DOCUMENT {
     PGM_COMMON_XML_FILE_ENUM kind{};
     std::string xml_file;
     std::string xsd_file;
     std::unique_ptr<PGM_COMMON_XML_ELEMENT> root;
 };
 
-kept_document& kept() {
-    static kept_document document;
+KEPT_DOCUMENT& kept() {
+    static KEPT_DOCUMENT document;
     return document;
 }
 
@@ -103,7 +103,7 @@ void* hand_over(XML_OUTCOME outcome) {
 
 }  // namespace
 
-void pgm_host::drop_kept_document() { kept() = kept_document(); }
+void pgm_host::drop_kept_document() { kept() = KEPT_DOCUMENT(); }
 
 PGM_COMMON_XML::REGISTRAR::REGISTRAR(const PGM_COMMON_XML_DOCUMENT& document)
     : m_kind(document.kind) {
@@ -138,7 +138,7 @@ void PGM_COMMON_XML::check_xsd(std::string xml_file, std::string xsd_file, std::
 void* PGM_COMMON_XML::parse_xml(PGM_COMMON_XML_FILE_ENUM kind, std::string xml_file,
                                 std::string xsd_file, bool shipped, std::string, std::string,
                                 std::string) {
-    kept_document checked = std::exchange(kept(), kept_document());
+    KEPT_DOCUMENT checked = std::exchange(kept(), KEPT_DOCUMENT());
     const bool is_checked = checked.root && !shipped && checked.kind == kind &&
                             checked.xml_file == xml_file && checked.xsd_file == xsd_file;
     if (is_checked) return checked.root.release();
@@ -155,12 +155,6 @@ std::unique_ptr<PGM_COMMON_XML_ELEMENT> PGM_COMMON_XML::new_element(PGM_COMMON_X
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> PGM_COMMON_XML::new_root(PGM_COMMON_XML_FILE_ENUM kind) {
     const XML_DOCUMENT* document = document_of(kind);
     return document ? new_element(kind, document->kind.root->tag) : nullptr;
-}
-
-void PGM_COMMON_XML::write_xml(PGM_COMMON_XML_ELEMENT* root, std::string file) {
-    pgm_host::drop_kept_document();
-    const std::string bytes = write_bytes(root);
-    if (!bytes.empty()) pgm_host::replace_file(file, bytes);
 }
 
 void PGM_COMMON_XML::check_bytes(std::string_view bytes, std::string name, std::string xsd_file,
