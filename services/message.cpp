@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <map>
+#include <memory>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -61,6 +62,13 @@ std::string fill(std::string_view text, const std::vector<std::string>& values) 
         }
     }
     return filled;
+}
+
+std::string formatted(const char* format, std::va_list args) {
+    char* text = nullptr;
+    if (::vasprintf(&text, format, args) < 0) return {};
+    const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
+    return text;
 }
 
 }  // namespace
@@ -148,5 +156,5 @@ void MSG_INTERNAL_ERROR::report(const char* text, const char* module, const char
 }
 
 void msg_local_vdebug(const char* module, MSG_D_LEVEL level, const char* format, va_list args) {
-    if (state().traces) state().traces(module, level, pgm_host::format_text(format, args));
+    if (state().traces) state().traces(module, level, formatted(format, args));
 }

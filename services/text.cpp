@@ -1,12 +1,5 @@
 #include "services/text.h"
 
-#include "services/host_state.h"
-
-#include <cstdarg>
-#include <cstdio>
-#include <cstdlib>
-#include <memory>
-
 namespace {
 
 // Not the C library's, which asks the locale.
@@ -26,12 +19,5 @@ int gen_stricmp(const char* a, const char* b) {
 
 std::string& stl_toupper(std::string& text) {
     for (char& letter : text) letter = upper(letter);
-    return text;
-}
-
-std::string pgm_host::format_text(const char* format, std::va_list args) {
-    char* text = nullptr;
-    if (::vasprintf(&text, format, args) < 0) return {};
-    const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
     return text;
 }

@@ -1,11 +1,13 @@
 #include "services/file.h"
 #include "services/host_state.h"
+#include "services/message.h"
 #include "services/pgm_common.h"
 #include "services/xml/xml_reader.h"
 #include "services/xml/xml_schema.h"
 #include "services/xml/xml_text.h"
 
 #include <algorithm>
+#include <cstdarg>
 #include <map>
 #include <utility>
 #include <vector>
@@ -93,11 +95,18 @@ XML_OUTCOME parse_file(PGM_COMMON_XML_FILE_ENUM kind, const std::string& xml_fil
     return outcome;
 }
 
+void trace(const char* format, ...) {
+    constexpr MSG_D_LEVEL level = 2;
+    std::va_list args;
+    va_start(args, format);
+    msg_local_vdebug("ZORVA", level, format, args);
+    va_end(args);
+}
+
 // The tree for a caller, who gets it as a pointer to the base class.
 void* hand_over(XML_OUTCOME outcome) {
-    if (!outcome.root) {
-        pgm_host::trace(outcome.first_text.empty() ? outcome.second_text : outcome.first_text);
-    }
+    const std::string& why = outcome.first_text.empty() ? outcome.second_text : outcome.first_text;
+    if (!outcome.root) trace("%s", why.c_str());
     return outcome.root.release();
 }
 
