@@ -6,7 +6,7 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/pgm_zorva)
 foreach(name file host message pgm_common pgmdev settings text types)
   list(APPEND services_headers services/${name}.h)
 endforeach()
-foreach(name enum export)
+foreach(name enum export description)
   list(APPEND services_headers pgm/h/pgm_common_xml_${name}.h)
 endforeach()
 # Callers include the first row; the second is what that brings.

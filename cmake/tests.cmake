@@ -16,8 +16,13 @@ target_link_libraries(kill_sweep PRIVATE pgm_zorva_objects GTest::gtest)
 add_dependencies(kill_sweep pgm_zorva_data)
 add_test(NAME kill_sweep COMMAND kill_sweep --short)
 
-add_test(NAME exported_symbols
-         COMMAND ${PROJECT_SOURCE_DIR}/tests/exported_symbols.sh $<TARGET_FILE:pgm_zorva>)
+foreach(library pgm_host_services pgm_zorva)
+  get_target_property(headers ${library} HEADER_SET)
+  add_test(NAME ${library}_exported_symbols
+           COMMAND ${PROJECT_SOURCE_DIR}/tests/exported_symbols.sh $<TARGET_FILE:${library}>
+                   ${headers}
+           WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+endforeach()
 
 add_test(NAME installed_package
          COMMAND ${PROJECT_SOURCE_DIR}/tests/consumer/check ${PROJECT_BINARY_DIR})

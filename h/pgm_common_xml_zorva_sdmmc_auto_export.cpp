@@ -4,21 +4,15 @@
 
 namespace {
 
-PGM_COMMON_XML_ELEMENT* create(PGM_COMMON_XML_ENUM tag) {
-    switch (static_cast<dword>(tag)) {
-#define ZORVA_SDMMC_CASE(TAG, ...)                                                                 \
-    case PGM_COMMON_XML_ENUM_##TAG:                                                                \
-        return new PGM_COMMON_XML_ZORVA_SDMMC_##TAG(tag);
-        ZORVA_SDMMC_CONTAINERS(ZORVA_SDMMC_CASE)
-        ZORVA_SDMMC_LEAVES(ZORVA_SDMMC_CASE)
-        ZORVA_SDMMC_CASE(SDMMC_FLASH)
-#undef ZORVA_SDMMC_CASE
-    }
-    return nullptr;
-}
-
-const PGM_COMMON_XML::REGISTRAR registrar({PGM_COMMON_XML_FILE_SDMMC,
-                                           PGM_COMMON_XML_ENUM_SDMMC_FLASH, "zorva_sdmmc.xsd",
-                                           create});
+const PGM_COMMON_XML::REGISTRAR registrar(
+    {PGM_COMMON_XML_FILE_SDMMC, &pgm_common_xml_description<PGM_COMMON_XML_ZORVA_SDMMC_SDMMC_FLASH>,
+     "zorva_sdmmc.xsd"});
 
 }  // namespace
+
+PGM_COMMON_XML_ZORVA_SDMMC_SDMMC_FLASH::PGM_COMMON_XML_ZORVA_SDMMC_SDMMC_FLASH(
+    PGM_COMMON_XML_ENUM sub_class_type)
+    : PGM_COMMON_XML_CONTAINER(sub_class_type) {
+    add_described_attribute(attributes[0], &version);
+    init_check();
+}

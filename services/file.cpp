@@ -3,34 +3,16 @@
 #include "services/host_state.h"
 #include "services/pgm_common.h"
 
+#include <fnmatch.h>
+
 #include <utility>
 
 using pgm_host::disk;
 
 namespace {
 
-// Whether a name fits a mask with "*" and "?". A star first takes nothing; where the rest then
-// doesn't fit, the last star takes one character more.
-bool fits(std::string_view name, std::string_view mask) {
-    std::size_t n = 0;
-    std::size_t m = 0;
-    std::size_t star = std::string_view::npos;
-    std::size_t taken = 0;
-    while (n < name.size()) {
-        if (m < mask.size() && mask[m] == '*') {
-            star = m++;
-            taken = n;
-        } else if (m < mask.size() && (mask[m] == '?' || mask[m] == name[n])) {
-            ++m;
-            ++n;
-        } else if (star != std::string_view::npos) {
-            m = star + 1;
-            n = ++taken;
-        } else {
-            return false;
-        }
-    }
-    return mask.find_first_not_of('*', m) == std::string_view::npos;
+bool fits(const std::string& name, const std::string& mask) {
+    return ::fnmatch(mask.c_str(), name.c_str(), FNM_NOESCAPE) == 0;
 }
 
 // The disk, ready to tell why the next call fails.

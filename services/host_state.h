@@ -3,7 +3,6 @@
 
 #include "services/host.h"
 
-#include <cstdarg>
 #include <map>
 #include <set>
 #include <string>
@@ -50,7 +49,6 @@ void trace(const std::string& text);
 // Writes a file whole or leaves it as it was: a sibling is written and renamed over it. A link is
 // followed, and a file that was there keeps its mode.
 bool replace_file(const std::string& file, std::string_view bytes);
-std::string format_text(const char* format, std::va_list args);  // as printf
 // Forgets the tree that check_xsd keeps.
 void drop_kept_document();
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <map>
+#include <memory>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -21,18 +22,18 @@ std::map<unsigned, MSG_POST_TYPE>& registered() {
 }
 
 // "%N!s!" or "%N!d!" at `place`: what it asks for, and how long it is.
-struct placeholder {
+struct PLACEHOLDER {
     std::size_t number;  // 0: there is none
     char kind;
     static constexpr std::size_t length = 5;
 };
 
-placeholder placeholder_at(std::string_view text, std::size_t place) {
-    const std::string_view part = text.substr(place, placeholder::length);
-    const bool found = part.size() == placeholder::length && part[0] == '%' && part[1] >= '1' &&
+PLACEHOLDER placeholder_at(std::string_view text, std::size_t place) {
+    const std::string_view part = text.substr(place, PLACEHOLDER::length);
+    const bool found = part.size() == PLACEHOLDER::length && part[0] == '%' && part[1] >= '1' &&
                        part[1] <= '9' && part[2] == '!' && (part[3] == 's' || part[3] == 'd') &&
                        part[4] == '!';
-    return found ? placeholder{static_cast<std::size_t>(part[1] - '0'), part[3]} : placeholder{};
+    return found ? PLACEHOLDER{static_cast<std::size_t>(part[1] - '0'), part[3]} : PLACEHOLDER{};
 }
 
 std::string_view text_of(std::string_view format) { return format.substr(0, format.rfind('/')); }
@@ -41,7 +42,7 @@ std::string_view text_of(std::string_view format) { return format.substr(0, form
 std::string value_kinds(std::string_view text) {
     std::string kinds;
     for (std::size_t place = 0; place < text.size(); ++place) {
-        const placeholder found = placeholder_at(text, place);
+        const PLACEHOLDER found = placeholder_at(text, place);
         if (found.number == 0) continue;
         if (kinds.size() < found.number) kinds.resize(found.number, 's');
         kinds[found.number - 1] = found.kind;
@@ -52,15 +53,22 @@ std::string value_kinds(std::string_view text) {
 std::string fill(std::string_view text, const std::vector<std::string>& values) {
     std::string filled;
     for (std::size_t place = 0; place < text.size();) {
-        const placeholder found = placeholder_at(text, place);
+        const PLACEHOLDER found = placeholder_at(text, place);
         if (found.number == 0) {
             filled += text[place++];
         } else {
             if (found.number <= values.size()) filled += values[found.number - 1];
-            place += placeholder::length;
+            place += PLACEHOLDER::length;
         }
     }
     return filled;
+}
+
+std::string formatted(const char* format, std::va_list args) {
+    char* text = nullptr;
+    if (::vasprintf(&text, format, args) < 0) return {};
+    const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
+    return text;
 }
 
 }  // namespace
@@ -148,5 +156,5 @@ void MSG_INTERNAL_ERROR::report(const char* text, const char* module, const char
 }
 
 void msg_local_vdebug(const char* module, MSG_D_LEVEL level, const char* format, va_list args) {
-    if (state().traces) state().traces(module, level, pgm_host::format_text(format, args));
+    if (state().traces) state().traces(module, level, formatted(format, args));
 }

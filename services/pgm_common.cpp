@@ -1,45 +1,13 @@
 #include "services/pgm_common.h"
 
-#include "services/host_state.h"
 #include "services/text.h"
-
-#include <dlfcn.h>
 
 #include <algorithm>
 #include <charconv>
-#include <cstdlib>
-#include <filesystem>
 #include <limits>
+#include <memory>
 
 namespace {
-
-struct data_directory {
-    std::string path;
-    const char* origin;
-};
-
-// The data directory lies where it was installed, or built, beside this library.
-std::string directory_beside_library() {
-    Dl_info library{};
-    if (::dladdr(reinterpret_cast<const void*>(&directory_beside_library), &library) == 0)
-        return {};
-    // The loader may have come by "bin/../lib"; a user is to read a plain path.
-    std::error_code error;
-    const auto file = std::filesystem::weakly_canonical(library.dli_fname, error);
-    return (file.parent_path() / PGM_DATA_DIR_FROM_LIBRARY).lexically_normal();
-}
-
-data_directory find_data_directory() {
-    if (!pgm_host::state().common_programmer.empty()) {
-        return {pgm_host::state().common_programmer, "set by the host"};
-    }
-    const char* variable = std::getenv("PGM_COMMON_PROGRAMMER_DIR");
-    if (variable != nullptr && *variable != '\0') {
-        return {variable, "environment variable PGM_COMMON_PROGRAMMER_DIR"};
-    }
-    static const std::string beside = directory_beside_library();
-    return {beside, "found from where the library lies"};
-}
 
 // `digits` in that base, all of them and at least one.
 qword read_digits(std::string_view digits, int base, bool& ok) {
@@ -63,13 +31,6 @@ qword read_number(std::string_view text, bool& ok) {
     return read_digits(digits, 16, ok);
 }
 
-int hex_digit(char letter) {
-    if (letter >= '0' && letter <= '9') return letter - '0';
-    if (letter >= 'a' && letter <= 'f') return letter - 'a' + 10;
-    if (letter >= 'A' && letter <= 'F') return letter - 'A' + 10;
-    return -1;
-}
-
 template <class NUMBER, class OUT>
 NUMBER bounded_number(const std::string& text, bool* ok, OUT* number) {
     bool is_number = false;
@@ -82,14 +43,6 @@ NUMBER bounded_number(const std::string& text, bool* ok, OUT* number) {
 }
 
 }  // namespace
-
-std::string pgm_host::common_programmer_origin() { return find_data_directory().origin; }
-
-std::string PGM_COMMON::pgm_get_common_programmer() {
-    std::string directory = find_data_directory().path + "/";
-    change_folder_slash(directory);
-    return directory;
-}
 
 void PGM_COMMON::change_folder_slash(std::string& path) {
     std::replace(path.begin(), path.end(), '\\', '/');
@@ -113,18 +66,15 @@ dword PGM_COMMON::convert_string_to_dword(std::string text, bool, bool* ok, dwor
 unsigned char* PGM_COMMON::convert_hex_string_to_byte_array(std::string text, dword limit,
                                                             dword* byte_size, bool, bool* ok) {
     const std::size_t count = (text.size() + 1) / 2;
-    const bool good =
-        !text.empty() && count <= limit &&
-        std::all_of(text.begin(), text.end(), [](char c) { return hex_digit(c) >= 0; });
+    // An odd count of digits leaves the first byte with one.
+    if (text.size() % 2 != 0) text.insert(0, 1, '0');
+    auto bytes = std::make_unique<unsigned char[]>(count);
+    bool good = !text.empty() && count <= limit;
+    for (std::size_t i = 0; good && i < count; ++i) {
+        const char* digits = text.data() + 2 * i;
+        good = std::from_chars(digits, digits + 2, bytes[i], 16).ptr == digits + 2;
+    }
     if (ok != nullptr) *ok = good;
     if (byte_size != nullptr) *byte_size = good ? static_cast<dword>(count) : 0;
-    if (!good) return nullptr;
-    auto* bytes = new unsigned char[count]();
-    // An odd count of digits leaves the first byte with one.
-    const std::size_t skipped = text.size() % 2;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        unsigned char& byte = bytes[(i + skipped) / 2];
-        byte = static_cast<unsigned char>(byte << 4 | hex_digit(text[i]));
-    }
-    return bytes;
+    return good ? bytes.release() : nullptr;
 }

@@ -1,7 +1,7 @@
 // The programmer's common framework: XML documents as element trees, directories and conversions.
 #pragma once
 
-#include "pgm/h/pgm_common_xml_export.h"
+#include "pgm/h/pgm_common_xml_description.h"
 #include "services/types.h"
 
 #include <string>
@@ -13,10 +13,8 @@ enum PGM_COMMON_XML_FILE_ENUM { PGM_COMMON_XML_FILE_QSPI = 2, PGM_COMMON_XML_FIL
 // What the framework has to know of a document kind; whoever owns the element classes registers it.
 struct PGM_COMMON_XML_DOCUMENT {
     PGM_COMMON_XML_FILE_ENUM kind;
-    PGM_COMMON_XML_ENUM root;
-    const char* schema;  // file name of the schema, as "zorva_qspi.xsd"
-    // A new element of that tag, owned by the caller; null for a tag that the kind doesn't know.
-    PGM_COMMON_XML_ELEMENT* (*create)(PGM_COMMON_XML_ENUM tag);
+    const PGM_COMMON_XML_DESCRIPTION* root;  // and through it all that stands below the root
+    const char* schema;                      // file name of the schema, as "zorva_qspi.xsd"
 };
 
 class PGM_COMMON_XML {
@@ -55,14 +53,13 @@ class PGM_COMMON_XML {
     // A new root of a document kind, with the default values of its attributes.
     static std::unique_ptr<PGM_COMMON_XML_ELEMENT> new_root(PGM_COMMON_XML_FILE_ENUM kind);
 
-    // Writes the tree, whole or not at all; the caller keeps it. A file that was there stays as it
-    // was if that fails: a caller who removed it first sees by the file whether it worked.
-    static void write_xml(PGM_COMMON_XML_ELEMENT* root, std::string file);
-
-    // The same three on bytes in memory. `name` stands for the file in the texts. write_bytes gives
-    // none for a text that XML can't hold, or a comment that wouldn't come back as it is.
-    // parse_bytes keeps the comments, for who changes a file of somebody's; a load has none.
+    // The bytes of a file that holds the tree. None for a text that XML can't hold, or a comment
+    // that wouldn't come back as it is.
     static std::string write_bytes(const PGM_COMMON_XML_ELEMENT* root);
+
+    // As check_xsd and parse_xml, on bytes in memory; `name` stands for the file in the texts.
+    // parse_bytes and read_bytes keep the comments, for who writes the tree again; parse_xml
+    // doesn't. parse_bytes doesn't ask the schema.
     static void check_bytes(std::string_view bytes, std::string name, std::string xsd_file,
                             std::string& first_text, std::string& second_text);
     static void* parse_bytes(PGM_COMMON_XML_FILE_ENUM kind, std::string_view bytes,

@@ -49,7 +49,7 @@ std::string fault_of(const SETTINGS_FILE::LINE& line) {
 }
 
 // The settings file as it was last read.
-struct read_file {
+struct READ_FILE {
     std::string name;
     std::optional<std::string> bytes = "";  // nothing: it can't be taken, and isn't to be replaced
     SETTINGS_FILE content;
@@ -64,7 +64,7 @@ std::string damage_of(const std::optional<std::string>& bytes, const std::error_
     return {};
 }
 
-void find_faults(read_file& file) {
+void find_faults(READ_FILE& file) {
     int number = 0;
     for (const SETTINGS_FILE::LINE& line : file.content.lines()) {
         ++number;
@@ -78,9 +78,9 @@ void find_faults(read_file& file) {
     }
 }
 
-read_file parsed(const std::string& name, std::optional<std::string> bytes,
+READ_FILE parsed(const std::string& name, std::optional<std::string> bytes,
                  const std::error_code& error) {
-    read_file file{name, std::move(bytes), {}, {}};
+    READ_FILE file{name, std::move(bytes), {}, {}};
     const std::string damage = damage_of(file.bytes, error);
     if (damage.empty()) {
         file.content = SETTINGS_FILE(*file.bytes);
@@ -102,9 +102,9 @@ std::optional<std::string> read_bytes(const std::string& file) {
 }
 
 // Parsed anew only if the file has changed.
-const read_file& settings() {
+const READ_FILE& settings() {
     static std::optional<std::string> bytes;  // as they were read, taken or not
-    static std::optional<read_file> latest;
+    static std::optional<READ_FILE> latest;
     const std::string now_name = pgm_host::user_ini_file();
     std::optional<std::string> now_bytes = read_bytes(now_name);
     const std::error_code error = FIO_FILE_SYSTEM::error();
@@ -122,13 +122,13 @@ std::string unquoted(std::string_view text) {
 }
 
 // One entry to be stored; without a value, to be taken out.
-struct change {
+struct CHANGE {
     const char* section;
     std::string key;
     std::optional<std::string> value;
 };
 
-bool store_in(const std::string& name, const std::vector<change>& changes) {
+bool store_in(const std::string& name, const std::vector<CHANGE>& changes) {
     if (name.empty()) return false;
     const std::string parent = std::filesystem::path(name).parent_path();
     const std::string directory = parent.empty() ? "." : parent;
@@ -139,9 +139,9 @@ bool store_in(const std::string& name, const std::vector<change>& changes) {
     if (!lock.held()) return false;
     std::optional<std::string> bytes = read_bytes(name);
     const std::error_code error = FIO_FILE_SYSTEM::error();
-    read_file file = parsed(name, std::move(bytes), error);
+    READ_FILE file = parsed(name, std::move(bytes), error);
     if (!file.bytes) return false;
-    for (const change& each : changes)
+    for (const CHANGE& each : changes)
         if (each.value)
             file.content.set(each.section, each.key, *each.value);
         else
@@ -151,7 +151,7 @@ bool store_in(const std::string& name, const std::vector<change>& changes) {
 
 // Stores what was set in memory with the rest. If that fails, it counts as not set: what is stored
 // is what the file says.
-bool store(std::vector<change> changes) {
+bool store(std::vector<CHANGE> changes) {
     for (const auto& [entry, value] : std::exchange(state().user_values, {}))
         changes.push_back({values, std::to_string(entry),
                            value.empty() ? std::nullopt : std::optional("\"" + value + "\"")});

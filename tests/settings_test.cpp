@@ -20,9 +20,31 @@ std::string file_text(const std::string& file) {
     return bytes;
 }
 
-// A disk on which nothing can be renamed.
-struct stuck_disk : pgm_host::file_system {
-    bool rename(const std::string&, const std::string&) override { return false; }
+// A disk that tells which calls change it, and can fail at one of them.
+struct WATCHED_DISK : pgm_host::file_system {
+    bool read(const std::string& path, std::string& bytes) override {
+        return fails != "read" && file_system::read(path, bytes);
+    }
+    bool write(const std::string& path, std::string_view bytes) override {
+        calls += "write ";
+        if (fails == "write") return file_system::write(path, bytes.substr(0, 5)) && false;
+        return file_system::write(path, bytes);
+    }
+    bool chmod(const std::string& path, int mode) override {
+        calls += "chmod ";
+        return fails != "chmod" && file_system::chmod(path, mode);
+    }
+    bool rename(const std::string& from, const std::string& to) override {
+        calls += "rename ";
+        return fails != "rename" && file_system::rename(from, to);
+    }
+    bool flush_directory(const std::string& directory) override {
+        calls += "flush " + directory;
+        return file_system::flush_directory(directory);
+    }
+
+    std::string fails;
+    std::string calls;
 };
 
 class SettingsTest : public InstallationTest {
@@ -54,13 +76,9 @@ TEST_F(SettingsTest, ValuesComeBackByteForByte) {
     }
     EXPECT_FALSE(cfg_set_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR, nullptr));
     EXPECT_EQ(cfg_get_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR), "tab\tinside");
-}
-
-TEST_F(SettingsTest, ValuesAreInMemoryUntilWritten) {
-    ASSERT_TRUE(cfg_set_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR, "/a/"));
-    EXPECT_FALSE(fs::exists(m_file));
+    ASSERT_TRUE(cfg_set_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR, "/not written/"));
     forget_unstored();
-    EXPECT_EQ(cfg_get_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR), "");
+    EXPECT_EQ(cfg_get_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR), "tab\tinside");
 }
 
 TEST_F(SettingsTest, HostBeatsFileBeatsDefault) {
@@ -82,22 +100,14 @@ TEST_F(SettingsTest, TheUsersOwnLinesStay) {
     EXPECT_TRUE(cfg_is_on("pgm_enable_sdmmc", false).value);
     ASSERT_TRUE(pgm_host::store_setting("pgm_enable_custom_sdmmc", true));
     ASSERT_TRUE(pgm_host::store_setting("pgm_enable_sdmmc", false));
-    const std::string text = file_text(m_file);
-    for (const char* line : {"# my file\n", "[mine]\n", "; about k\n", "k = v\n", "# the end\n"}) {
-        const std::size_t at = text.find(line);
-        ASSERT_NE(at, std::string::npos) << line << text;
-        EXPECT_EQ(text.find(line, at + 1), std::string::npos) << line << text;
-    }
+    EXPECT_EQ(file_text(m_file),
+              "# my file\n\n[mine]\n; about k\nk = v\n\n[settings]\n"
+              "pgm_enable_sdmmc = off\npgm_enable_custom_sdmmc = on\n# the end\n");
     EXPECT_FALSE(cfg_is_on("pgm_enable_sdmmc", true).value);
     EXPECT_TRUE(cfg_is_on("pgm_enable_custom_sdmmc", false).value);
-}
-
-TEST_F(SettingsTest, AFileOfCommentsTakesSettings) {
-    fs::create_directories(fs::path(m_file).parent_path());
-    write_file(m_file, "# one\n\n# two\n");
+    write_file(m_file, "# one\n\n# two");
     ASSERT_TRUE(pgm_host::store_setting("pgm_enable_sdmmc", true));
-    EXPECT_TRUE(cfg_is_on("pgm_enable_sdmmc", false).value);
-    EXPECT_TRUE(file_text(m_file).starts_with("# one\n\n# two\n"));
+    EXPECT_EQ(file_text(m_file), "# one\n\n# two\n[settings]\npgm_enable_sdmmc = on\n");
 }
 
 // The faults as "LINE: SENTENCE".
@@ -177,18 +187,37 @@ TEST_F(SettingsTest, ProcessesThatStoreAtOnceLoseNothing) {
     EXPECT_EQ(std::distance(fs::begin(left), fs::end(left)), 1);
 }
 
-TEST_F(SettingsTest, AFailedWriteLeavesTheFileAsItWas) {
+TEST_F(SettingsTest, AReplacedFileIsLastingAndKeepsItsPlaceAndMode) {
+    const std::string directory = m_root + "config/deep/";
+    ASSERT_TRUE(pgm_host::store_setting("pgm_enable_sdmmc", true));
+    fs::permissions(m_file, fs::perms::owner_read | fs::perms::owner_write);
+    fs::create_symlink("settings.ini", directory + "link.ini");
+    pgm_host::set_user_ini_file(directory + "link.ini");
+    WATCHED_DISK disk;
+    pgm_host::set_file_system(&disk);
+    ASSERT_TRUE(pgm_host::store_setting("pgm_enable_sdmmc", false));
+    EXPECT_EQ(disk.calls, "write chmod rename flush " + directory);
+    EXPECT_TRUE(fs::is_symlink(directory + "link.ini"));
+    EXPECT_EQ(disk.mode(m_file), 0600);
+}
+
+TEST_F(SettingsTest, AFailureLeavesTheFileAsItWas) {
     ASSERT_TRUE(pgm_host::store_setting("pgm_enable_sdmmc", true));
     const std::string before = file_text(m_file);
-    stuck_disk disk;
+    WATCHED_DISK disk;
     pgm_host::set_file_system(&disk);
-    ASSERT_TRUE(cfg_set_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR, "/a/"));
-    EXPECT_FALSE(cfg_write_user_ini_file());
-    EXPECT_FALSE(pgm_host::store_setting("pgm_enable_sdmmc", false));
-    EXPECT_TRUE(cfg_is_on("pgm_enable_sdmmc", false).value);
-    EXPECT_EQ(cfg_get_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR), "") << "nothing is stored";
-    EXPECT_EQ(file_text(m_file), before);
-    EXPECT_EQ(disk.list(m_root + "config/deep").size(), 1U);
+    for (const char* call : {"read", "write", "chmod", "rename"}) {
+        SCOPED_TRACE(call);
+        disk.fails = call;
+        ASSERT_TRUE(cfg_set_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR, "/a/"));
+        EXPECT_FALSE(cfg_write_user_ini_file());
+        EXPECT_FALSE(pgm_host::store_setting("pgm_enable_sdmmc", false));
+        disk.fails = "";
+        EXPECT_TRUE(cfg_is_on("pgm_enable_sdmmc", false).value);
+        EXPECT_EQ(cfg_get_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR), "") << "nothing is stored";
+        EXPECT_EQ(file_text(m_file), before);
+        EXPECT_EQ(joined(disk.list(m_root + "config/deep")), "settings.ini");
+    }
 }
 
 TEST_F(SettingsTest, DefaultFile) {

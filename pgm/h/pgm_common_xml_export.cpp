@@ -3,38 +3,13 @@
 #include "services/message.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <iterator>
-#include <new>
 #include <utility>
 
 namespace {
 
 constexpr std::size_t usual_children = 8;
-
-#if defined(__SANITIZE_ADDRESS__)
-constexpr std::size_t most_free_blocks = 0;
-#else
-constexpr std::size_t most_free_blocks = 1024;
-#endif
-
-// A load makes and deletes the elements of one file after another: memory of the same sizes over
-// and over, and most of the time that it takes.
-struct free_blocks {
-    static constexpr std::size_t step = 16;
-    struct block {
-        block* next;
-    };
-    block* first = nullptr;
-    std::size_t count = 0;
-
-    // Those of a size; null for a size that isn't kept.
-    static free_blocks* of_size(std::size_t size) {
-        static std::array<free_blocks, 64> lists;
-        return size < lists.size() * step ? &lists[size / step] : nullptr;
-    }
-};
 
 [[noreturn]] void fail(const char* text, int line) {
     MSG_INTERNAL_ERROR::report(text, "ZORVA", __FILE__, line);
@@ -181,27 +156,11 @@ PGM_COMMON_XML_ELEMENT::~PGM_COMMON_XML_ELEMENT() {
     }
 }
 
-void* PGM_COMMON_XML_ELEMENT::operator new(std::size_t size) {
-    free_blocks* blocks = free_blocks::of_size(size);
-    if (blocks == nullptr || blocks->count == 0) return ::operator new(size + free_blocks::step);
-    --blocks->count;
-    return std::exchange(blocks->first, blocks->first->next);
-}
-
-void PGM_COMMON_XML_ELEMENT::operator delete(void* memory, std::size_t size) {
-    free_blocks* blocks = free_blocks::of_size(size);
-    if (blocks == nullptr || blocks->count >= most_free_blocks) return ::operator delete(memory);
-    ++blocks->count;
-    blocks->first = new (memory) free_blocks::block{blocks->first};
-}
-
 bool PGM_COMMON_XML_ELEMENT::check_child_count() { return true; }
 
 void PGM_COMMON_XML_ELEMENT::clear_child_groups() {}
 
 void PGM_COMMON_XML_ELEMENT::group_child(PGM_COMMON_XML_ELEMENT*, bool, bool) {}
-
-bool PGM_COMMON_XML_ELEMENT::can_hold(PGM_COMMON_XML_ENUM) const { return false; }
 
 dword PGM_COMMON_XML_ELEMENT::get_child_count(PGM_COMMON_XML_ENUM tag, bool) const {
     return static_cast<dword>(

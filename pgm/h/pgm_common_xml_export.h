@@ -3,7 +3,6 @@
 
 #include "pgm/h/pgm_common_xml_enum.h"
 
-#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -62,8 +61,6 @@ class PGM_COMMON_XML_ELEMENT {
                            const char* allowed_values, void* value);
     // Deletes the children, from the last to the first.
     virtual ~PGM_COMMON_XML_ELEMENT();
-    static void* operator new(std::size_t size);
-    static void operator delete(void* memory, std::size_t size);
     PGM_COMMON_XML_ELEMENT(const PGM_COMMON_XML_ELEMENT&) = delete;
     PGM_COMMON_XML_ELEMENT& operator=(const PGM_COMMON_XML_ELEMENT&) = delete;
 
@@ -75,8 +72,6 @@ class PGM_COMMON_XML_ELEMENT {
     // Files a child into the typed list of its tag, or takes one out: the last entry if `at_end`,
     // else the first.
     virtual void group_child(PGM_COMMON_XML_ELEMENT* child, bool remove, bool at_end);
-    // True if group_child takes a child of that tag.
-    virtual bool can_hold(PGM_COMMON_XML_ENUM tag) const;
 
     PGM_COMMON_XML_ENUM get_type() const { return m_type; }
     PGM_COMMON_XML_ENUM get_sub_class_type() const { return m_sub_class_type; }

@@ -1,46 +1,49 @@
 #include "services/file.h"
 #include "services/host_state.h"
+#include "services/message.h"
 #include "services/pgm_common.h"
 #include "services/xml/xml_reader.h"
 #include "services/xml/xml_schema.h"
 #include "services/xml/xml_text.h"
 
 #include <algorithm>
+#include <cstdarg>
 #include <map>
 #include <utility>
 #include <vector>
 
 namespace {
 
-std::vector<PGM_COMMON_XML_DOCUMENT>& documents() {
-    static std::vector<PGM_COMMON_XML_DOCUMENT> registered;
+std::vector<XML_DOCUMENT>& documents() {
+    static std::vector<XML_DOCUMENT> registered;
     return registered;
 }
 
-const PGM_COMMON_XML_DOCUMENT* document_of(PGM_COMMON_XML_FILE_ENUM kind) {
-    const auto found = std::find_if(documents().begin(), documents().end(),
-                                    [kind](const auto& document) { return document.kind == kind; });
+const XML_DOCUMENT* document_of(PGM_COMMON_XML_FILE_ENUM kind) {
+    const auto found =
+        std::find_if(documents().begin(), documents().end(),
+                     [kind](const auto& document) { return document.kind.kind == kind; });
     return found != documents().end() ? &*found : nullptr;
 }
 
-const PGM_COMMON_XML_DOCUMENT* document_of_schema(std::string_view xsd_file) {
+const XML_DOCUMENT* document_of_schema(std::string_view xsd_file) {
     const std::string_view name = xsd_file.substr(xsd_file.find_last_of("/\\") + 1);
     const auto found =
         std::find_if(documents().begin(), documents().end(),
-                     [name](const auto& document) { return document.schema == name; });
+                     [name](const auto& document) { return document.kind.schema == name; });
     return found != documents().end() ? &*found : nullptr;
 }
 
 // What check_xsd has just passed, for the parse_xml that follows it.
-struct kept_document {
+struct KEPT_DOCUMENT {
     PGM_COMMON_XML_FILE_ENUM kind{};
     std::string xml_file;
     std::string xsd_file;
     std::unique_ptr<PGM_COMMON_XML_ELEMENT> root;
 };
 
-kept_document& kept() {
-    static kept_document document;
+KEPT_DOCUMENT& kept() {
+    static KEPT_DOCUMENT document;
     return document;
 }
 
@@ -64,15 +67,14 @@ const XML_SCHEMA* schema_of(PGM_COMMON_XML_FILE_ENUM kind, const std::string& xs
     return schema.get();
 }
 
-XML_OUTCOME check(const PGM_COMMON_XML_DOCUMENT* document, std::string_view bytes,
-                  const std::string& name, const std::string& xsd_file,
-                  bool keep_comments = false) {
+XML_OUTCOME check(const XML_DOCUMENT* document, std::string_view bytes, const std::string& name,
+                  const std::string& xsd_file, bool keep_comments = false) {
     XML_OUTCOME outcome;
     if (document == nullptr) {
         outcome.first_text = xml_reason(xsd_file, 1, "No document has a schema of this name.");
         return outcome;
     }
-    const XML_SCHEMA* schema = schema_of(document->kind, xsd_file, outcome.first_text);
+    const XML_SCHEMA* schema = schema_of(document->kind.kind, xsd_file, outcome.first_text);
     if (schema == nullptr) return outcome;
     return read_xml_document(*document, bytes, name, schema,
                              {.is_shipped = false, .keep_comments = keep_comments});
@@ -82,7 +84,7 @@ XML_OUTCOME parse_file(PGM_COMMON_XML_FILE_ENUM kind, const std::string& xml_fil
                        const std::string& xsd_file, bool shipped) {
     XML_OUTCOME outcome;
     std::string bytes;
-    const PGM_COMMON_XML_DOCUMENT* document = document_of(kind);
+    const XML_DOCUMENT* document = document_of(kind);
     if (document == nullptr) {
         outcome.first_text = xml_reason(xml_file, 1, "The kind of document is not known.");
     } else if (read_file(xml_file, bytes, outcome.first_text)) {
@@ -93,28 +95,36 @@ XML_OUTCOME parse_file(PGM_COMMON_XML_FILE_ENUM kind, const std::string& xml_fil
     return outcome;
 }
 
+void trace(const char* format, ...) {
+    constexpr MSG_D_LEVEL level = 2;
+    std::va_list args;
+    va_start(args, format);
+    msg_local_vdebug("ZORVA", level, format, args);
+    va_end(args);
+}
+
 // The tree for a caller, who gets it as a pointer to the base class.
 void* hand_over(XML_OUTCOME outcome) {
-    if (!outcome.root) {
-        pgm_host::trace(outcome.first_text.empty() ? outcome.second_text : outcome.first_text);
-    }
+    const std::string& why = outcome.first_text.empty() ? outcome.second_text : outcome.first_text;
+    if (!outcome.root) trace("%s", why.c_str());
     return outcome.root.release();
 }
 
 }  // namespace
 
-void pgm_host::drop_kept_document() { kept() = kept_document(); }
+void pgm_host::drop_kept_document() { kept() = KEPT_DOCUMENT(); }
 
 PGM_COMMON_XML::REGISTRAR::REGISTRAR(const PGM_COMMON_XML_DOCUMENT& document)
     : m_kind(document.kind) {
     kept();  // outlives each registrar, and so can be dropped by it
-    documents().push_back(document);
+    documents().emplace_back(document);
 }
 
 PGM_COMMON_XML::REGISTRAR::~REGISTRAR() {
     // The code of the kept elements may go with the registrar.
     pgm_host::drop_kept_document();
-    std::erase_if(documents(), [this](const auto& document) { return document.kind == m_kind; });
+    std::erase_if(documents(),
+                  [this](const auto& document) { return document.kind.kind == m_kind; });
 }
 
 void PGM_COMMON_XML::check_xsd(std::string xml_file, std::string xsd_file, std::string& first_text,
@@ -124,12 +134,12 @@ void PGM_COMMON_XML::check_xsd(std::string xml_file, std::string xsd_file, std::
     second_text.clear();
     std::string bytes;
     if (!read_file(xml_file, bytes, first_text)) return;
-    const PGM_COMMON_XML_DOCUMENT* document = document_of_schema(xsd_file);
+    const XML_DOCUMENT* document = document_of_schema(xsd_file);
     XML_OUTCOME outcome = check(document, bytes, xml_file, xsd_file);
     first_text = std::move(outcome.first_text);
     second_text = std::move(outcome.second_text);
     if (outcome.root) {
-        kept() = {document->kind, std::move(xml_file), std::move(xsd_file),
+        kept() = {document->kind.kind, std::move(xml_file), std::move(xsd_file),
                   std::move(outcome.root)};
     }
 }
@@ -137,7 +147,7 @@ void PGM_COMMON_XML::check_xsd(std::string xml_file, std::string xsd_file, std::
 void* PGM_COMMON_XML::parse_xml(PGM_COMMON_XML_FILE_ENUM kind, std::string xml_file,
                                 std::string xsd_file, bool shipped, std::string, std::string,
                                 std::string) {
-    kept_document checked = std::exchange(kept(), kept_document());
+    KEPT_DOCUMENT checked = std::exchange(kept(), KEPT_DOCUMENT());
     const bool is_checked = checked.root && !shipped && checked.kind == kind &&
                             checked.xml_file == xml_file && checked.xsd_file == xsd_file;
     if (is_checked) return checked.root.release();
@@ -146,19 +156,14 @@ void* PGM_COMMON_XML::parse_xml(PGM_COMMON_XML_FILE_ENUM kind, std::string xml_f
 
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> PGM_COMMON_XML::new_element(PGM_COMMON_XML_FILE_ENUM kind,
                                                                     PGM_COMMON_XML_ENUM tag) {
-    const PGM_COMMON_XML_DOCUMENT* document = document_of(kind);
-    return std::unique_ptr<PGM_COMMON_XML_ELEMENT>(document ? document->create(tag) : nullptr);
+    const XML_DOCUMENT* document = document_of(kind);
+    const PGM_COMMON_XML_DESCRIPTION* element = document ? document->find(tag) : nullptr;
+    return std::unique_ptr<PGM_COMMON_XML_ELEMENT>(element ? element->create() : nullptr);
 }
 
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> PGM_COMMON_XML::new_root(PGM_COMMON_XML_FILE_ENUM kind) {
-    const PGM_COMMON_XML_DOCUMENT* document = document_of(kind);
-    return document ? new_element(kind, document->root) : nullptr;
-}
-
-void PGM_COMMON_XML::write_xml(PGM_COMMON_XML_ELEMENT* root, std::string file) {
-    pgm_host::drop_kept_document();
-    const std::string bytes = write_bytes(root);
-    if (!bytes.empty()) pgm_host::replace_file(file, bytes);
+    const XML_DOCUMENT* document = document_of(kind);
+    return document ? new_element(kind, document->kind.root->tag) : nullptr;
 }
 
 void PGM_COMMON_XML::check_bytes(std::string_view bytes, std::string name, std::string xsd_file,
@@ -173,7 +178,7 @@ void* PGM_COMMON_XML::parse_bytes(PGM_COMMON_XML_FILE_ENUM kind, std::string_vie
                                   std::string name) {
     pgm_host::drop_kept_document();
     XML_OUTCOME outcome;
-    if (const PGM_COMMON_XML_DOCUMENT* document = document_of(kind)) {
+    if (const XML_DOCUMENT* document = document_of(kind)) {
         outcome = read_xml_document(*document, bytes, name, nullptr,
                                     {.is_shipped = false, .keep_comments = true});
     } else {

@@ -2,7 +2,7 @@
 // framework's own sources.
 #pragma once
 
-#include "services/pgm_common.h"
+#include "services/xml/xml_document.h"
 
 #include <memory>
 #include <string>
@@ -23,6 +23,6 @@ struct XML_READ_OPTIONS {
 
 // `name` stands for the file in the texts. Without a schema only the rules of the element classes
 // are kept.
-XML_OUTCOME read_xml_document(const PGM_COMMON_XML_DOCUMENT& document, std::string_view bytes,
+XML_OUTCOME read_xml_document(const XML_DOCUMENT& document, std::string_view bytes,
                               const std::string& name, const XML_SCHEMA* schema,
                               XML_READ_OPTIONS options);

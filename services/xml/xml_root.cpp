@@ -8,18 +8,18 @@
 
 namespace {
 
-struct root_search {
+struct ROOT_SEARCH {
     xmlParserCtxtPtr parser;
     std::string name;
 };
 
 void on_doctype(void* context, const xmlChar*, const xmlChar*, const xmlChar*) noexcept {
-    xmlStopParser(static_cast<root_search*>(context)->parser);
+    xmlStopParser(static_cast<ROOT_SEARCH*>(context)->parser);
 }
 
 void on_start(void* context, const xmlChar* name, const xmlChar*, const xmlChar*, int,
               const xmlChar**, int, int, const xmlChar**) noexcept {
-    auto& search = *static_cast<root_search*>(context);
+    auto& search = *static_cast<ROOT_SEARCH*>(context);
     if (search.name.empty()) search.name = reinterpret_cast<const char*>(name);
     xmlStopParser(search.parser);
 }
@@ -29,7 +29,7 @@ void on_start(void* context, const xmlChar* name, const xmlChar*, const xmlChar*
 std::string PGM_COMMON_XML::root_name(std::string_view bytes) {
     if (bytes.empty() || bytes.size() > pgm_host::file_system::largest_file) return {};
     const XML_QUIET quiet;
-    root_search search{xmlCreateMemoryParserCtxt(bytes.data(), static_cast<int>(bytes.size())), {}};
+    ROOT_SEARCH search{xmlCreateMemoryParserCtxt(bytes.data(), static_cast<int>(bytes.size())), {}};
     if (search.parser == nullptr) return {};
     xmlSAXHandler calls{};
     calls.initialized = XML_SAX2_MAGIC;

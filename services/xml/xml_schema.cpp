@@ -8,19 +8,19 @@
 
 namespace {
 
-struct first_error {
+struct FIRST_ERROR {
     std::string file;
     std::string text;
 };
 
 void keep_first(void* context, xmlErrorPtr error) {
-    auto& first = *static_cast<first_error*>(context);
+    auto& first = *static_cast<FIRST_ERROR*>(context);
     if (!first.text.empty() || error->level < XML_ERR_ERROR) return;
     const char* message = error->message != nullptr ? error->message : "not a schema";
     first.text = xml_reason(first.file, static_cast<dword>(error->line), message);
 }
 
-xmlDoc* read_document(const std::string& bytes, first_error& error) {
+xmlDoc* read_document(const std::string& bytes, FIRST_ERROR& error) {
     if (bytes.empty()) return nullptr;
     const std::unique_ptr<xmlParserCtxt, decltype(&xmlFreeParserCtxt)> parser(xmlNewParserCtxt(),
                                                                               &xmlFreeParserCtxt);
@@ -37,7 +37,7 @@ xmlDoc* read_document(const std::string& bytes, first_error& error) {
 std::unique_ptr<XML_SCHEMA> XML_SCHEMA::compile(std::string bytes, const std::string& file,
                                                 std::string& error) {
     const XML_QUIET quiet;
-    first_error first{file, {}};
+    FIRST_ERROR first{file, {}};
     auto schema = std::make_unique<XML_SCHEMA>();
     schema->m_bytes = std::move(bytes);
     schema->m_document.reset(read_document(schema->m_bytes, first));

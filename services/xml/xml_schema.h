@@ -35,7 +35,7 @@ class XML_SCHEMA {
 
   private:
     template <auto FREE>
-    struct deleter {
+    struct DELETER {
         template <class T>
         void operator()(T* object) const {
             FREE(object);
@@ -44,9 +44,9 @@ class XML_SCHEMA {
 
     std::string m_bytes;
     // The schema points into the document that it was read from.
-    std::unique_ptr<xmlDoc, deleter<xmlFreeDoc>> m_document;
-    std::unique_ptr<xmlSchema, deleter<xmlSchemaFree>> m_schema;
-    std::unique_ptr<xmlSchemaValidCtxt, deleter<xmlSchemaFreeValidCtxt>> m_validator;
+    std::unique_ptr<xmlDoc, DELETER<xmlFreeDoc>> m_document;
+    std::unique_ptr<xmlSchema, DELETER<xmlSchemaFree>> m_schema;
+    std::unique_ptr<xmlSchemaValidCtxt, DELETER<xmlSchemaFreeValidCtxt>> m_validator;
 };
 
 // The check of one document. It is driven by calling what a parser would call.

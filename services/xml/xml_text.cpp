@@ -6,12 +6,10 @@ namespace {
 
 constexpr std::size_t longest_reason = 500;
 
-// The last place up to `most` that isn't in the middle of a character.
-std::size_t last_cut(std::string_view text, std::size_t most) {
-    constexpr std::size_t most_trail_bytes = 3;
-    for (std::size_t place = most; place + most_trail_bytes >= most; --place)
-        if ((static_cast<unsigned char>(text[place]) & 0xC0) != 0x80) return place;
-    return most;
+// The last place up to `place` that isn't in the middle of a character.
+std::size_t last_cut(std::string_view text, std::size_t place) {
+    while (place > 0 && (static_cast<unsigned char>(text[place]) & 0xC0) == 0x80) --place;
+    return place;
 }
 
 }  // namespace

@@ -1,34 +1,24 @@
 #include "services/pgm_common.h"
 
+#include <libxml/chvalid.h>
+#include <libxml/parserInternals.h>
+#include <libxml/xmlstring.h>
+
+#include <algorithm>
 #include <array>
 
 namespace {
 
 // Length of the UTF-8 character at the start of the text; 0 if it isn't one or XML can't hold it.
 std::size_t character_length(std::string_view text) {
-    struct form {
-        unsigned char first, last;  // the lead byte's range
-        std::size_t length;
-        unsigned char second_first, second_last;  // narrower than a trail byte's for some
-    };
-    static constexpr form forms[] = {
-        {0xC2, 0xDF, 2, 0x80, 0xBF}, {0xE0, 0xE0, 3, 0xA0, 0xBF}, {0xE1, 0xEC, 3, 0x80, 0xBF},
-        {0xED, 0xED, 3, 0x80, 0x9F}, {0xEE, 0xEF, 3, 0x80, 0xBF}, {0xF0, 0xF0, 4, 0x90, 0xBF},
-        {0xF1, 0xF3, 4, 0x80, 0xBF}, {0xF4, 0xF4, 4, 0x80, 0x8F},
-    };
-    const auto in = [&](std::size_t place, unsigned char first, unsigned char last) {
-        const auto byte = static_cast<unsigned char>(text[place]);
-        return byte >= first && byte <= last;
-    };
-    if (in(0, 0x20, 0x7F) || text[0] == '\t' || text[0] == '\n' || text[0] == '\r') return 1;
-    for (const form& f : forms) {
-        if (!in(0, f.first, f.last)) continue;
-        bool good = text.size() >= f.length && in(1, f.second_first, f.second_last);
-        for (std::size_t i = 2; good && i < f.length; ++i) good = in(i, 0x80, 0xBF);
-        const std::string_view character = text.substr(0, f.length);
-        return good && character != "\xEF\xBF\xBE" && character != "\xEF\xBF\xBF" ? f.length : 0;
-    }
-    return 0;
+    if (text[0] >= ' ' && text[0] <= '~') return 1;
+    int most = static_cast<int>(std::min<std::size_t>(text.size(), 4));
+    const int character = xmlGetUTF8Char(reinterpret_cast<const xmlChar*>(text.data()), &most);
+    if (character < 0 || !xmlIsCharQ(static_cast<unsigned>(character))) return 0;
+    // libxml2 takes spellings that are longer than they have to be, and other wrong lead bytes.
+    std::array<xmlChar, 4> spelled{};
+    const auto length = static_cast<std::size_t>(xmlCopyCharMultiByte(spelled.data(), character));
+    return text.starts_with({reinterpret_cast<const char*>(spelled.data()), length}) ? length : 0;
 }
 
 // How a character is written that can't stand as it is; empty for the others. Line ends and tabs
@@ -63,7 +53,9 @@ const comment_list& comments_of(const PGM_COMMON_XML_ELEMENT& element,
     return comments != nullptr ? comments->*place : none;
 }
 
-class writer {
+// Not libxml2's writer: that leaves a tab or line end of a value as it is, takes a comment with
+// "--" in it, and puts one behind a value on a line of its own, which changes the value.
+class WRITER {
   public:
     void write_document(const PGM_COMMON_XML_ELEMENT& root);
     std::string take() { return m_good ? std::move(m_bytes) : std::string(); }
@@ -83,7 +75,7 @@ class writer {
     bool m_good = true;
 };
 
-void writer::write_text(std::string_view text) {
+void WRITER::write_text(std::string_view text) {
     while (!text.empty()) {
         const std::size_t length = character_length(text);
         if (length == 0) {
@@ -98,7 +90,7 @@ void writer::write_text(std::string_view text) {
 
 // A comment takes no escapes: it can't hold its own end, and a carriage return would come back as
 // a line end.
-void writer::write_comment(std::string_view text) {
+void WRITER::write_comment(std::string_view text) {
     const bool holds_end = text.find("--") != std::string_view::npos || text.ends_with('-');
     if (holds_end || text.find('\r') != std::string_view::npos) m_good = false;
     for (std::string_view rest = text; m_good && !rest.empty();) {
@@ -109,7 +101,7 @@ void writer::write_comment(std::string_view text) {
     m_bytes.append("<!--").append(text).append("-->");
 }
 
-void writer::write_comment_lines(const PGM_COMMON_XML_ELEMENT& element, comments place,
+void WRITER::write_comment_lines(const PGM_COMMON_XML_ELEMENT& element, comments place,
                                  std::size_t depth) {
     for (const std::string& text : comments_of(element, place)) {
         indent(depth);
@@ -118,12 +110,12 @@ void writer::write_comment_lines(const PGM_COMMON_XML_ELEMENT& element, comments
     }
 }
 
-void writer::write_document(const PGM_COMMON_XML_ELEMENT& root) {
+void WRITER::write_document(const PGM_COMMON_XML_ELEMENT& root) {
     write(root, 0);
     write_comment_lines(root, &PGM_XML_COMMENTS::behind, 0);
 }
 
-void writer::write(const PGM_COMMON_XML_ELEMENT& element, std::size_t depth) {
+void WRITER::write(const PGM_COMMON_XML_ELEMENT& element, std::size_t depth) {
     const char* tag = pgm_common_xml_name(element.get_type());
     write_comment_lines(element, &PGM_XML_COMMENTS::ahead, depth);
     indent(depth);
@@ -145,7 +137,7 @@ void writer::write(const PGM_COMMON_XML_ELEMENT& element, std::size_t depth) {
 }
 
 // The rest of a container, from the end of its start tag on.
-void writer::write_children(const PGM_COMMON_XML_ELEMENT& element, std::size_t depth) {
+void WRITER::write_children(const PGM_COMMON_XML_ELEMENT& element, std::size_t depth) {
     const auto& children = element.get_all_childs();
     if (children.empty() && comments_of(element, &PGM_XML_COMMENTS::at_end).empty()) {
         m_bytes += "/>\n";
@@ -161,7 +153,7 @@ void writer::write_children(const PGM_COMMON_XML_ELEMENT& element, std::size_t d
 }  // namespace
 
 std::string PGM_COMMON_XML::write_bytes(const PGM_COMMON_XML_ELEMENT* root) {
-    writer output;
+    WRITER output;
     output.write_document(*root);
     return output.take();
 }

@@ -85,7 +85,7 @@ void keep_services() {
          &MSG_INTERNAL_ERROR::report, &msg_local_vdebug);
     keep(&PGMDEV_DEV_INFO_MANAGER::get_db_by_family, &PGMDEV_FLASH_MANAGER::get_default_flash);
     keep(&cfg_is_on, &cfg_get_user_ini_value, &cfg_set_user_ini_value, &cfg_write_user_ini_file,
-         &gen_strcmp, &gen_stricmp, &gen_strcpy, &stl_toupper, &MEM_DETAIL::stl_raw_sprintf);
+         &gen_stricmp, &stl_toupper);
     using namespace pgm_host;
     keep(&set_message_sink, &set_trace_sink, &set_internal_error_handler, &suppress_message,
          &set_common_programmer, &common_programmer_origin, &set_setting, &set_user_ini_file,
@@ -101,8 +101,8 @@ void keep_xml() {
          &E::write_attribute_value, &E::write_attribute_string, &E::write_attribute_enum,
          &E::read_attribute, &E::read_attribute_from_text, &E::edit_comments);
     using X = PGM_COMMON_XML;
-    keep(&X::check_xsd, &X::parse_xml, &X::new_element, &X::new_root, &X::write_xml,
-         &X::write_bytes, &X::check_bytes, &X::parse_bytes, &X::read_bytes, &X::root_name);
+    keep(&X::check_xsd, &X::parse_xml, &X::new_element, &X::new_root, &X::write_bytes,
+         &X::check_bytes, &X::parse_bytes, &X::read_bytes, &X::root_name);
     using C = PGM_COMMON;
     keep(&C::pgm_get_common_programmer, &C::change_folder_slash, &C::compare_string,
          &C::convert_string_to_qword, &C::convert_string_to_dword,
@@ -152,7 +152,7 @@ void keep_database() {
 [[maybe_unused]] void make_all() {
     const FIO_PATH path("");
     FIO_FIND find("");
-    const FIO_DIRECTORY_LOCK lock("", false);
+    const FIO_DIRECTORY_LOCK lock("", FIO_DIRECTORY_LOCK::SHARED, {});
     derived<pgm_host::file_system> disk;
     const MSG_ID_REGISTRAR ids(nullptr, nullptr, 0);
     derived<MSG_W> warning(nullptr);
