@@ -204,6 +204,10 @@ std::string PGM_COMMON_XML_ELEMENT::read_value() const {
     return member_text(m_value_type, m_value);
 }
 
+dword PGM_COMMON_XML_ELEMENT::read_number() const {
+    return m_value_type == PGM_XML_TYPE_NUMBER ? *static_cast<const dword*>(m_value) : 0;
+}
+
 void PGM_COMMON_XML_ELEMENT::read_value_into(std::string& text) const {
     if (m_value_type == PGM_XML_TYPE_TEXT)
         text = *static_cast<const std::string*>(m_value);

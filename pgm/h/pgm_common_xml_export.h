@@ -95,7 +95,9 @@ class PGM_COMMON_XML_ELEMENT {
     void write_value(dword number);
     // The value as text: the text itself, the number in decimal, empty for a container.
     std::string read_value() const;
-    // The same, into a text whose room can be used again.
+    // The value of an element that holds a number; 0 for any other.
+    dword read_number() const;
+    // The same as text, into a text whose room can be used again.
     void read_value_into(std::string& text) const;
     // Sets an element's value from the text of a file; false if the text isn't of its kind.
     bool read_from_text(std::string_view text);

@@ -97,9 +97,10 @@ void keep_xml() {
     using E = PGM_COMMON_XML_ELEMENT;
     keep(&pgm_common_xml_name, &pgm_common_xml_value, &E::EXACTLY_ONE, &E::NONE_OR_ONE,
          &E::ANY_NUMBER, &E::get_child_count, &E::get_childs, &E::add_child, &E::take_first_child,
-         &E::write_string, &E::write_value, &E::read_value, &E::read_value_into, &E::read_from_text,
-         &E::write_attribute_value, &E::write_attribute_string, &E::write_attribute_enum,
-         &E::read_attribute, &E::read_attribute_from_text, &E::edit_comments);
+         &E::write_string, &E::write_value, &E::read_value, &E::read_value_into, &E::read_number,
+         &E::read_from_text, &E::write_attribute_value, &E::write_attribute_string,
+         &E::write_attribute_enum, &E::read_attribute, &E::read_attribute_from_text,
+         &E::edit_comments);
     using X = PGM_COMMON_XML;
     keep(&X::check_xsd, &X::parse_xml, &X::new_element, &X::new_root, &X::write_bytes,
          &X::check_bytes, &X::parse_bytes, &X::read_bytes, &X::root_name);

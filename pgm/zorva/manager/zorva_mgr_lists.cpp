@@ -6,6 +6,7 @@ namespace {
 
 std::vector<std::string> names_of(const auto& map) {
     std::vector<std::string> names;
+    names.reserve(map.size());
     for (const auto& [name, value] : map) names.push_back(name);
     return names;
 }

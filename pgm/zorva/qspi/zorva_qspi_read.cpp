@@ -14,15 +14,15 @@
 
 namespace {
 
-// Takes a parameter from the text of its child, empty if it is missing; what is wrong with it.
+// Takes a parameter from its child, null if that is missing; what is wrong with it.
 std::optional<ZORVA_REFUSAL> read_parameter(ZORVA_FLASH& flash, const ZORVA_QSPI_PARAM_ROW& row,
-                                            const std::string& text) {
+                                            const PGM_COMMON_XML_ELEMENT* child) {
     if (row.is_number) {
-        const dword number =
-            PGM_COMMON::convert_string_to_dword(text, false, nullptr, nullptr, false);
+        const dword number = child ? child->read_number() : 0;
         flash.set_parameter_value(row.param, number);
         return zorva_qspi_interface.judge(row.param, number);
     }
+    const std::string text = child ? child->read_value() : std::string();
     if (row.param == ZORVA_FLASH_PARAM_NAME)
         flash.set_name(text);
     else if (row.param == ZORVA_FLASH_PARAM_DENSITY)
@@ -116,9 +116,8 @@ std::unique_ptr<ZORVA_FLASH> ZORVA_QSPI_INTERFACE::read_device(
     for (const ZORVA_QSPI_PARAM_ROW& row : zorva_qspi_params()) {
         if (row.tag == PGM_COMMON_XML_ENUM__INVALID__) continue;
         const PGM_COMMON_XML_ELEMENT* child = zorva_first_child(device_info, row.tag);
-        const std::string text = child ? child->read_value() : std::string();
         const PGM_COMMON_XML_ELEMENT& at_fault = child ? *child : device_info;
-        if (zorva_keep_refusal(read_parameter(*flash, row, text), at_fault, refusals) || !child)
+        if (zorva_keep_refusal(read_parameter(*flash, row, child), at_fault, refusals) || !child)
             good = false;
     }
     if (!good) return nullptr;
