@@ -121,49 +121,41 @@ TEST_F(XmlTest, TheNumberOfElementsIsLimited) {
               std::vector<std::string>{"test.xml:2: There are more than 1,000,000 elements."});
 }
 
-TEST_F(XmlTest, EncodingsAndMarkupOfAnyWellFormedFile) {
+TEST_F(XmlTest, EncodingsMarkupAndTextsOfAnyWellFormedFile) {
     const std::string plain = described("x");
     std::string utf16 = "\xFF\xFE";
     for (const char c : plain) utf16 += {c, '\0'};
+    const std::string large(3 << 20, 'x');
     const struct {
         const char* name;
         std::string xml;
+        std::string description = "x";
     } rows[] = {
         {"byte order mark", "\xEF\xBB\xBF" + plain},
         {"UTF-16", utf16},
-        {"Latin-1", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" + plain},
+        {"Latin-1", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" + described("\xE4"),
+         "\xC3\xA4"},
         {"CRLF", replaced(plain, "\n", "\r\n")},
         {"comments", "<!-- a --><?pi?>" + replaced(plain, "<FLASH>", "<!-- b --><FLASH>")},
         {"schema named", replaced(plain, "version",
                                   "xmlns:x=\"http://www.w3.org/2001/XMLSchema-instance\" "
                                   "x:noNamespaceSchemaLocation=\"a.xsd\" version")},
+        {"no text", described(""), ""},
+        {"blanks", described(" \n\t a "), " \n\t a "},
+        {"entities", described("a&amp;&lt;&gt;&quot;&apos;"), "a&<>\"'"},
+        {"numbers", described("a&#10;b&#13;&#x41;"), "a\nb\rA"},
+        {"markup", described("a<!-- b -->c<?d e?>f"), "acf"},
+        {"CDATA", described("<![CDATA[ <a> & ]]>b<![CDATA[]]>"), " <a> & b"},
+        {"four bytes", described("\xF0\x9F\x98\x80"), "\xF0\x9F\x98\x80"},
+        {"large", described(large), large},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        const auto [first, second] = check(row.xml);
-        EXPECT_EQ(first + second, "");
-        EXPECT_EQ(description_of(parsed(row.xml)), "x");
-    }
-}
-
-TEST_F(XmlTest, TextsComeAsTheyStand) {
-    const std::pair<std::string, std::string> rows[] = {
-        {"", ""},
-        {" \n\t a ", " \n\t a "},
-        {"a&amp;&lt;&gt;&quot;&apos;", "a&<>\"'"},
-        {"a&#10;b&#13;&#x41;", "a\nb\rA"},
-        {"a<!-- b -->c<?d e?>f", "acf"},
-        {"<![CDATA[ <a> & ]]>b<![CDATA[]]>", " <a> & b"},
-        {"\xC3\xA4\xF0\x9F\x98\x80", "\xC3\xA4\xF0\x9F\x98\x80"},
-        {std::string(3 << 20, 'x'), std::string(3 << 20, 'x')},
-    };
-    for (const auto& [xml, text] : rows) {
-        SCOPED_TRACE(xml.substr(0, 40));
-        EXPECT_EQ(description_of(parsed(described(xml))), text);
-        const std::string file = write_custom("a.xml", described(xml));
+        EXPECT_EQ(description_of(parsed(row.xml)), row.description);
+        const std::string file = write_custom("a.xml", row.xml);
         const auto [first, second] = check_file(file);
         EXPECT_EQ(first + second, "");
-        EXPECT_EQ(description_of(parse_file(file)), text);
+        EXPECT_EQ(description_of(parse_file(file)), row.description);
     }
 }
 
@@ -235,70 +227,42 @@ TEST_F(XmlTest, WrittenForm) {
     }
 }
 
-// All comments of a tree, each as "TAG place:text".
-std::vector<std::string> comments_of(const PGM_COMMON_XML_ELEMENT& element) {
-    std::vector<std::string> all;
-    const auto add = [&](const char* place, std::vector<std::string> PGM_XML_COMMENTS::*list) {
-        if (element.get_comments() == nullptr) return;
-        for (const std::string& text : element.get_comments()->*list)
-            all.push_back(std::string(pgm_common_xml_name(element.get_type())) + place + text);
-    };
-    add(" ahead:", &PGM_XML_COMMENTS::ahead);
-    for (const PGM_COMMON_XML_ELEMENT* child : element.get_all_childs())
-        std::ranges::copy(comments_of(*child), std::back_inserter(all));
-    add(" at end:", &PGM_XML_COMMENTS::at_end);
-    add(" behind:", &PGM_XML_COMMENTS::behind);
-    return all;
-}
-
 TEST_F(XmlTest, CommentsAreKeptForARewrite) {
     const std::string plain = document(device(device_text{}) + device(device_text{.name = "B"}));
+    const std::string bare = PGM_COMMON_XML::write_bytes(parsed(plain).get());
     const struct {
         const char* name;
-        std::string xml;
-        std::vector<std::string> comments;
+        std::string xml;      // of the plain document with comments
+        std::string written;  // as it is written again
     } rows[] = {
         {"around the root",
          "<?xml version=\"1.0\"?><!--a--><?pi?>\n<!-- b -->" + plain + "<!--c-->\n<!--d-->",
-         {"QSPI_FLASH ahead:a", "QSPI_FLASH ahead: b ", "QSPI_FLASH behind:c",
-          "QSPI_FLASH behind:d"}},
-        {"at the root's end",
-         replaced(plain, "</QSPI_FLASH>", "<!--a--></QSPI_FLASH>"),
-         {"QSPI_FLASH at end:a"}},
+         replaced(bare, "<QSPI_FLASH", "<!--a-->\n<!-- b -->\n<QSPI_FLASH") +
+             "<!--c-->\n<!--d-->\n"},
+        {"at the root's end", replaced(plain, "</QSPI_FLASH>", "<!--a--></QSPI_FLASH>"),
+         replaced(bare, "</QSPI_FLASH>", "  <!--a-->\n</QSPI_FLASH>")},
         {"between siblings",
          replaced(plain, "</FLASH>\n<FLASH>", "</FLASH><!--a-->\n<!----><FLASH><!--c-->"),
-         {"FLASH ahead:a", "FLASH ahead:", "DEVICE_INFO ahead:c"}},
-        {"in an empty container",
-         replaced(plain, "<ERASE/>", "<ERASE> <!--a--> <!--b--></ERASE>"),
-         {"ERASE at end:a", "ERASE at end:b"}},
-        {"in a value",
-         replaced(plain, ">DEVICE<", "><!--a-->DE<!-- <b>&amp; -->VICE<!--c--><"),
-         {"DEVICE_NAME at end:a", "DEVICE_NAME at end: <b>&amp; ", "DEVICE_NAME at end:c"}},
-        {"of many lines",
-         replaced(plain, "<FLASH>", "<!--\n  \xC3\xA4\n\t]]> \n--><FLASH>"),
-         {"FLASH ahead:\n  \xC3\xA4\n\t]]> \n"}},
-        {"CRLF",
-         replaced(plain, "<FLASH>", "<!--a\r\nb\rc\r\n-->\r\n<FLASH>"),
-         {"FLASH ahead:a\nb\nc\n"}},
+         replaced(bare, "</FLASH>\n  <FLASH>\n",
+                  "</FLASH>\n  <!--a-->\n  <!---->\n  <FLASH>\n    <!--c-->\n")},
+        {"in an empty container", replaced(plain, "<ERASE/>", "<ERASE> <!--a--> <!--b--></ERASE>"),
+         replaced(bare, "<ERASE/>",
+                  "<ERASE>\n          <!--a-->\n          <!--b-->\n        </ERASE>")},
+        {"in a value", replaced(plain, ">DEVICE<", "><!--a-->DE<!-- <b>&amp; -->VICE<!--c--><"),
+         replaced(bare, ">DEVICE<", ">DEVICE<!--a--><!-- <b>&amp; --><!--c--><")},
+        {"of many lines, with CRLF",
+         replaced(plain, "<FLASH>", "<!--\r\n  \xC3\xA4\r\t]]> \n-->\r\n<FLASH>"),
+         replaced(bare, "<FLASH>", "<!--\n  \xC3\xA4\n\t]]> \n-->\n  <FLASH>")},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        const element_ptr tree = parsed(row.xml);
-        ASSERT_NE(tree, nullptr);
-        EXPECT_EQ(comments_of(*tree), row.comments);
-        const std::string bytes = PGM_COMMON_XML::write_bytes(tree.get());
-        const auto [first, second] = check(bytes);
-        EXPECT_EQ(first + second, "") << bytes;
-        const element_ptr again = parsed(bytes);
-        ASSERT_NE(again, nullptr) << bytes;
-        EXPECT_EQ(comments_of(*again), row.comments);
-        EXPECT_EQ(PGM_COMMON_XML::write_bytes(again.get()), bytes);
+        const std::string written = PGM_COMMON_XML::write_bytes(parsed(row.xml).get());
+        EXPECT_EQ(written, row.written);
+        EXPECT_EQ(PGM_COMMON_XML::write_bytes(parsed(written).get()), written);
+        EXPECT_EQ(check(written).second, "");
+        // A load has none of them.
         const std::string file = write_custom("a.xml", row.xml);
-        check_file(file);
-        EXPECT_TRUE(comments_of(*parse_file(file)).empty());
-        // Without them it is the same document.
-        const std::string bare = PGM_COMMON_XML::write_bytes(parse_file(file).get());
-        EXPECT_EQ(bare, PGM_COMMON_XML::write_bytes(parsed(plain).get()));
+        EXPECT_EQ(PGM_COMMON_XML::write_bytes(parse_file(file).get()), bare);
     }
 }
 
