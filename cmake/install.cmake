@@ -20,6 +20,8 @@ target_sources(pgm_host_services PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOU
                FILES ${services_headers})
 target_sources(pgm_zorva PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}
                FILES ${zorva_headers})
+# Each of them compiles on its own.
+set_target_properties(pgm_host_services pgm_zorva PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
 
 install(TARGETS pgm_host_services pgm_zorva EXPORT pgm_zorva
         FILE_SET HEADERS DESTINATION ${header_dir})

@@ -16,6 +16,11 @@ target_link_libraries(kill_sweep PRIVATE pgm_zorva_objects GTest::gtest)
 add_dependencies(kill_sweep pgm_zorva_data)
 add_test(NAME kill_sweep COMMAND kill_sweep --short)
 
+# With the build, and so only for a header that has changed.
+add_custom_target(public_headers ALL)
+add_dependencies(public_headers pgm_host_services_verify_interface_header_sets
+                 pgm_zorva_verify_interface_header_sets)
+
 foreach(library pgm_host_services pgm_zorva)
   get_target_property(headers ${library} HEADER_SET)
   add_test(NAME ${library}_exported_symbols
@@ -29,6 +34,8 @@ add_test(NAME installed_package
 set_property(TEST installed_package PROPERTY ENVIRONMENT
              CMAKE=${CMAKE_COMMAND} CXX=${CMAKE_CXX_COMPILER} CXXFLAGS=${CMAKE_CXX_FLAGS}
              LIBDIR=${CMAKE_INSTALL_LIBDIR})
+
+add_subdirectory(tests/own_services)
 
 foreach(kind qspi sdmmc)
   add_test(NAME ${kind}_db_is_up_to_date COMMAND Python3::Interpreter make_${kind}_db.py --check

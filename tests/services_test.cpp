@@ -192,19 +192,13 @@ TEST(DefaultTables, AreConsistent) {
     }
 }
 
-TEST_F(ServicesTest, DeviceTablesOfTheHost) {
-    PGMDEV_DEV_INFO_MANAGER devices(false, 0);
-    ASSERT_NE(devices.get_db_by_family(number<DEV_FAMILY_ENUM>(28)), nullptr);
-    EXPECT_EQ(devices.get_db_by_family(number<DEV_FAMILY_ENUM>(28))->name, "Issi_2");
-    EXPECT_EQ(devices.get_db_by_family(number<DEV_FAMILY_ENUM>(99)), nullptr);
+TEST_F(ServicesTest, TheFirstRecordOfANameCounts) {
     pgm_host::set_flash_table({{"A", "X", true, 1, ""}, {"B", "X", true, 2, ""}});
     const PGMDEV_FLASH_MANAGER two(true, 1, false, false);
     EXPECT_EQ(two.get_default_flash("X"), two.flash_table);
     EXPECT_EQ(two.get_default_flash("x"), nullptr);
     pgm_host::set_flash_table({});
-    const PGMDEV_FLASH_MANAGER none(true, 1, false, false);
-    EXPECT_EQ(none.flash_count, 0U);
-    EXPECT_EQ(none.flash_table, nullptr);
+    EXPECT_EQ(PGMDEV_FLASH_MANAGER(true, 1, false, false).flash_table, nullptr);
 }
 
 }  // namespace

@@ -1,68 +1,13 @@
 #include "services/file.h"
-#include "services/pgm_common.h"
-#include "tests/test_support.h"
+#include "tests/xml_test.h"
 
 #include <algorithm>
 #include <filesystem>
 #include <functional>
-#include <iterator>
-#include <memory>
 
 namespace fs = std::filesystem;
 
 namespace {
-
-using element_ptr = std::unique_ptr<PGM_COMMON_XML_ELEMENT>;
-
-const std::string empty_document = "<QSPI_FLASH version=\"1\"/>";
-
-struct verdict {
-    std::string first, second;
-};
-
-// A DESCRIPTION can hold any text.
-std::string described(const std::string& description) {
-    return document(device(device_text{.flow = flows("<ACTION type=\"CUSTOM\"><DESCRIPTION>" +
-                                                     description + "</DESCRIPTION></ACTION>")}));
-}
-
-const PGM_COMMON_XML_ELEMENT* find(const PGM_COMMON_XML_ELEMENT& element, PGM_COMMON_XML_ENUM tag) {
-    if (element.get_type() == tag) return &element;
-    for (const PGM_COMMON_XML_ELEMENT* child : element.get_all_childs()) {
-        if (const PGM_COMMON_XML_ELEMENT* found = find(*child, tag)) return found;
-    }
-    return nullptr;
-}
-
-std::string description_of(const element_ptr& tree) {
-    return tree ? find(*tree, PGM_COMMON_XML_ENUM_DESCRIPTION)->read_value() : "no tree";
-}
-
-element_ptr owned(void* root) { return element_ptr(static_cast<PGM_COMMON_XML_ELEMENT*>(root)); }
-
-element_ptr parsed(const std::string& xml) {
-    return owned(PGM_COMMON_XML::parse_bytes(PGM_COMMON_XML_FILE_QSPI, xml, "test.xml"));
-}
-
-class XmlTest : public InstallationTest {
-  protected:
-    verdict check(const std::string& xml) {
-        verdict result{"stale", "stale"};
-        PGM_COMMON_XML::check_bytes(xml, "test.xml", m_schema, result.first, result.second);
-        return result;
-    }
-    verdict check_file(const std::string& file) {
-        verdict result{"stale", "stale"};
-        PGM_COMMON_XML::check_xsd(file, m_schema, result.first, result.second);
-        return result;
-    }
-    element_ptr parse_file(const std::string& file, bool shipped = false) {
-        return owned(PGM_COMMON_XML::parse_xml(PGM_COMMON_XML_FILE_QSPI, file, m_schema, shipped,
-                                               "", "", ""));
-    }
-
-    const std::string m_schema = m_root + "xsd/zorva_qspi.xsd";
-};
 
 std::string nested(std::size_t depth) {
     std::string xml;
@@ -121,184 +66,41 @@ TEST_F(XmlTest, TheNumberOfElementsIsLimited) {
               std::vector<std::string>{"test.xml:2: There are more than 1,000,000 elements."});
 }
 
-TEST_F(XmlTest, EncodingsAndMarkupOfAnyWellFormedFile) {
+TEST_F(XmlTest, EncodingsMarkupAndTextsOfAnyWellFormedFile) {
     const std::string plain = described("x");
     std::string utf16 = "\xFF\xFE";
     for (const char c : plain) utf16 += {c, '\0'};
+    const std::string large(3 << 20, 'x');
     const struct {
         const char* name;
         std::string xml;
+        std::string description = "x";
     } rows[] = {
         {"byte order mark", "\xEF\xBB\xBF" + plain},
         {"UTF-16", utf16},
-        {"Latin-1", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" + plain},
+        {"Latin-1", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" + described("\xE4"),
+         "\xC3\xA4"},
         {"CRLF", replaced(plain, "\n", "\r\n")},
         {"comments", "<!-- a --><?pi?>" + replaced(plain, "<FLASH>", "<!-- b --><FLASH>")},
         {"schema named", replaced(plain, "version",
                                   "xmlns:x=\"http://www.w3.org/2001/XMLSchema-instance\" "
                                   "x:noNamespaceSchemaLocation=\"a.xsd\" version")},
+        {"no text", described(""), ""},
+        {"blanks", described(" \n\t a "), " \n\t a "},
+        {"entities", described("a&amp;&lt;&gt;&quot;&apos;"), "a&<>\"'"},
+        {"numbers", described("a&#10;b&#13;&#x41;"), "a\nb\rA"},
+        {"markup", described("a<!-- b -->c<?d e?>f"), "acf"},
+        {"CDATA", described("<![CDATA[ <a> & ]]>b<![CDATA[]]>"), " <a> & b"},
+        {"four bytes", described("\xF0\x9F\x98\x80"), "\xF0\x9F\x98\x80"},
+        {"large", described(large), large},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        const auto [first, second] = check(row.xml);
-        EXPECT_EQ(first + second, "");
-        EXPECT_EQ(description_of(parsed(row.xml)), "x");
-    }
-}
-
-TEST_F(XmlTest, TextsComeAsTheyStand) {
-    const std::pair<std::string, std::string> rows[] = {
-        {"", ""},
-        {" \n\t a ", " \n\t a "},
-        {"a&amp;&lt;&gt;&quot;&apos;", "a&<>\"'"},
-        {"a&#10;b&#13;&#x41;", "a\nb\rA"},
-        {"a<!-- b -->c<?d e?>f", "acf"},
-        {"<![CDATA[ <a> & ]]>b<![CDATA[]]>", " <a> & b"},
-        {"\xC3\xA4\xF0\x9F\x98\x80", "\xC3\xA4\xF0\x9F\x98\x80"},
-        {std::string(3 << 20, 'x'), std::string(3 << 20, 'x')},
-    };
-    for (const auto& [xml, text] : rows) {
-        SCOPED_TRACE(xml.substr(0, 40));
-        EXPECT_EQ(description_of(parsed(described(xml))), text);
-        const std::string file = write_custom("a.xml", described(xml));
+        EXPECT_EQ(description_of(parsed(row.xml)), row.description);
+        const std::string file = write_custom("a.xml", row.xml);
         const auto [first, second] = check_file(file);
         EXPECT_EQ(first + second, "");
-        EXPECT_EQ(description_of(parse_file(file)), text);
-    }
-}
-
-TEST_F(XmlTest, WrittenTextsReadBackToTheSameBytes) {
-    const element_ptr tree = parsed(described("x"));
-    auto* description =
-        const_cast<PGM_COMMON_XML_ELEMENT*>(find(*tree, PGM_COMMON_XML_ENUM_DESCRIPTION));
-    for (const std::string text : {"", "  ", " a ", "\n", "a\r\nb\tc", "&amp;<b>]]>\"'", "\xC3\xA4",
-                                   "\xF4\x8F\xBF\xBD", "\x7F"}) {
-        SCOPED_TRACE(text);
-        description->write_string(text);
-        const std::string bytes = PGM_COMMON_XML::write_bytes(tree.get());
-        EXPECT_EQ(description_of(parsed(bytes)), text) << bytes;
-    }
-    for (const std::string& text :
-         {std::string("\0", 1), std::string("\x01"), std::string("\xC3("), std::string("\x80"),
-          std::string("\xBF\xBF"), std::string("\xC0\x80"), std::string("\xC1\x81"),
-          std::string("\xE0\x81\x81"), std::string("\xF0\x80\x81\x81"), std::string("\xED\xA0\x80"),
-          std::string("\xEF\xBF\xBE"), std::string("\xEF\xBF\xBF"), std::string("\xF4\x90\x80\x80"),
-          std::string("\xF9\x80\x80\x80"), std::string("\xE2\x82")}) {
-        description->write_string("a" + text);
-        EXPECT_EQ(PGM_COMMON_XML::write_bytes(tree.get()), "") << text;
-    }
-}
-
-TEST_F(XmlTest, WrittenForm) {
-    const std::string written = R"(<?xml version="1.0" encoding="UTF-8"?>
-<!--1
-2-->
-<QSPI_FLASH version="7">
-  <USER_TEMPLATE>
-    <TEMPLATE_NAME>T</TEMPLATE_NAME>
-    <PROGRAMMING_FLOW>
-      <SFL>
-        <INITIALIZATION/>
-        <PROGRAM>
-          <ACTION type="ERASE">
-            <DELAY unit="m&#10;s">5<!--3--></DELAY>
-          </ACTION>
-        </PROGRAM>
-        <ERASE/>
-        <VERIFY_BLANKCHECK_EXAMINE/>
-        <TERMINATION/>
-      </SFL>
-      <SDM>
-        <INITIALIZATION/>
-        <PROGRAM/>
-        <ERASE>
-          <!--4-->
-        </ERASE>
-        <VERIFY_BLANKCHECK_EXAMINE/>
-        <TERMINATION/>
-      </SDM>
-    </PROGRAMMING_FLOW>
-  </USER_TEMPLATE>
-</QSPI_FLASH>
-<!--5-->
-)";
-    std::string one_line = written;
-    for (std::string::size_type at; (at = one_line.find("\n ")) != std::string::npos;)
-        one_line.erase(at, one_line.find('<', at) - at);
-    const element_ptr tree = parsed(one_line);
-    ASSERT_NE(tree, nullptr);
-    EXPECT_EQ(PGM_COMMON_XML::write_bytes(tree.get()), written);
-    for (const char* text : {"a--b", "a-", "-", "a\rb", "\x01", "\xC3("}) {
-        SCOPED_TRACE(text);
-        tree->edit_comments().ahead = {text};
-        EXPECT_EQ(PGM_COMMON_XML::write_bytes(tree.get()), "");
-    }
-}
-
-// All comments of a tree, each as "TAG place:text".
-std::vector<std::string> comments_of(const PGM_COMMON_XML_ELEMENT& element) {
-    std::vector<std::string> all;
-    const auto add = [&](const char* place, std::vector<std::string> PGM_XML_COMMENTS::*list) {
-        if (element.get_comments() == nullptr) return;
-        for (const std::string& text : element.get_comments()->*list)
-            all.push_back(std::string(pgm_common_xml_name(element.get_type())) + place + text);
-    };
-    add(" ahead:", &PGM_XML_COMMENTS::ahead);
-    for (const PGM_COMMON_XML_ELEMENT* child : element.get_all_childs())
-        std::ranges::copy(comments_of(*child), std::back_inserter(all));
-    add(" at end:", &PGM_XML_COMMENTS::at_end);
-    add(" behind:", &PGM_XML_COMMENTS::behind);
-    return all;
-}
-
-TEST_F(XmlTest, CommentsAreKeptForARewrite) {
-    const std::string plain = document(device(device_text{}) + device(device_text{.name = "B"}));
-    const struct {
-        const char* name;
-        std::string xml;
-        std::vector<std::string> comments;
-    } rows[] = {
-        {"around the root",
-         "<?xml version=\"1.0\"?><!--a--><?pi?>\n<!-- b -->" + plain + "<!--c-->\n<!--d-->",
-         {"QSPI_FLASH ahead:a", "QSPI_FLASH ahead: b ", "QSPI_FLASH behind:c",
-          "QSPI_FLASH behind:d"}},
-        {"at the root's end",
-         replaced(plain, "</QSPI_FLASH>", "<!--a--></QSPI_FLASH>"),
-         {"QSPI_FLASH at end:a"}},
-        {"between siblings",
-         replaced(plain, "</FLASH>\n<FLASH>", "</FLASH><!--a-->\n<!----><FLASH><!--c-->"),
-         {"FLASH ahead:a", "FLASH ahead:", "DEVICE_INFO ahead:c"}},
-        {"in an empty container",
-         replaced(plain, "<ERASE/>", "<ERASE> <!--a--> <!--b--></ERASE>"),
-         {"ERASE at end:a", "ERASE at end:b"}},
-        {"in a value",
-         replaced(plain, ">DEVICE<", "><!--a-->DE<!-- <b>&amp; -->VICE<!--c--><"),
-         {"DEVICE_NAME at end:a", "DEVICE_NAME at end: <b>&amp; ", "DEVICE_NAME at end:c"}},
-        {"of many lines",
-         replaced(plain, "<FLASH>", "<!--\n  \xC3\xA4\n\t]]> \n--><FLASH>"),
-         {"FLASH ahead:\n  \xC3\xA4\n\t]]> \n"}},
-        {"CRLF",
-         replaced(plain, "<FLASH>", "<!--a\r\nb\rc\r\n-->\r\n<FLASH>"),
-         {"FLASH ahead:a\nb\nc\n"}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        const element_ptr tree = parsed(row.xml);
-        ASSERT_NE(tree, nullptr);
-        EXPECT_EQ(comments_of(*tree), row.comments);
-        const std::string bytes = PGM_COMMON_XML::write_bytes(tree.get());
-        const auto [first, second] = check(bytes);
-        EXPECT_EQ(first + second, "") << bytes;
-        const element_ptr again = parsed(bytes);
-        ASSERT_NE(again, nullptr) << bytes;
-        EXPECT_EQ(comments_of(*again), row.comments);
-        EXPECT_EQ(PGM_COMMON_XML::write_bytes(again.get()), bytes);
-        const std::string file = write_custom("a.xml", row.xml);
-        check_file(file);
-        EXPECT_TRUE(comments_of(*parse_file(file)).empty());
-        // Without them it is the same document.
-        const std::string bare = PGM_COMMON_XML::write_bytes(parse_file(file).get());
-        EXPECT_EQ(bare, PGM_COMMON_XML::write_bytes(parsed(plain).get()));
+        EXPECT_EQ(description_of(parse_file(file)), row.description);
     }
 }
 
