@@ -137,11 +137,14 @@ TEST_F(LoadReportTest, TellsOfWhatIsNoFile) {
 }
 
 TEST_F(LoadReportTest, JudgingFilesReadsOnBehindABadDefinition) {
+    std::string bad_golden = replaced(golden_template(), "0x06", "jic");
+    std::erase(bad_golden, '\n');
     const std::string first = write_custom("a.xml", document(short_device("A") +  // line 2
                                                              short_device("WRONG", "3Mb") +    // 5
                                                              short_template("Bad", "begin") +  // 8
                                                              short_device("A") +               // 9
-                                                             short_device("SHIP")));           // 12
+                                                             short_device("SHIP") +            // 12
+                                                             bad_golden));                     // 15
     const std::string second = write_custom("b.xml", document(short_device("A") +       // line 2
                                                               short_template("Bad")));  // 5
     const std::string third = write_installed("c.xml", document(short_device("A")));
@@ -153,6 +156,7 @@ TEST_F(LoadReportTest, JudgingFilesReadsOnBehindABadDefinition) {
         "  template Bad line 8: refused [20507 line 8]\n"
         "  device A line 9: refused [20482 line 9]\n"
         "  device SHIP line 12: in force\n"
+        "  template  line 15: refused [20486 line 15]\n"
         "custom/b.xml: read\n"
         "  device A line 2: refused [20482 line 2]\n"
         "  template Bad line 5: refused [20676 line 5]\n"

@@ -57,6 +57,9 @@ bool StoreFailureTest::change_fails_well(const change_case& row, const texts& af
                                     << testing::PrintToString(disk.calls()));
     EXPECT_EQ(posted_ids(), done || row.all_or_none ? ids{} : ids{20560});
     EXPECT_EQ(mgr.get_change_outcome().sentence.empty(), done);
+    if (disk.was_troubled()) {
+        EXPECT_FALSE(done && disk.calls().at(call - 1).starts_with("write"));
+    }
     const bool as_it_was = files_in(m_custom_dir) == row.files;
     EXPECT_TRUE(as_it_was || done || row.in_two_steps || what == trouble::all_fail_from_there);
 

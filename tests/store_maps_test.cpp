@@ -183,7 +183,6 @@ TEST_F(StoreMapsTest, AnOverriddenDeviceIsLeftAlone) {
     EXPECT_EQ(bytes_of(installed), document(devices("X|A")));
     const ZORVA_FLASH* override = mgr.get_flash("X", true);
     EXPECT_TRUE(mgr.try_removal({DEVICE, "X"}, installed));
-    EXPECT_EQ(mgr.get_change_outcome().lives_on_in, "");
     EXPECT_EQ(bytes_of(installed), document(devices("X|A")));
     EXPECT_TRUE(mgr.remove_definition({DEVICE, "X"}, installed));
     EXPECT_EQ(bytes_of(installed).find(">X<"), std::string::npos);
@@ -191,6 +190,35 @@ TEST_F(StoreMapsTest, AnOverriddenDeviceIsLeftAlone) {
     EXPECT_EQ(mgr.get_flash_file("X"), custom);
     EXPECT_EQ(changed(before, answers(mgr)), names{});
     EXPECT_EQ(changed(before, loaded()), names{});
+}
+
+TEST_F(StoreMapsTest, ARemovalTellsByWhichFileTheNameLivesOn) {
+    const struct {
+        const char *what, *file, *lives_on_in;
+        texts files;
+    } rows[] = {
+        {"a repeated name", "1", "2", {{"1", devices("X")}, {"2", devices("X|A")}}},
+        {"not read there",
+         "3",
+         "",
+         {{"0", devices("A")}, {"2", devices("A|X")}, {"3", devices("X")}}},
+        {"refused there",
+         "1",
+         "",
+         {{"1", devices("X")}, {"2", device({.name = "X", .density = "5Mb"})}}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        put_files(m_custom_dir, {});
+        for (const auto& [name, bytes] : row.files) write_file(own_file(name), document(bytes));
+        ZORVA_QSPI_MGR mgr;
+        const std::string expected = *row.lives_on_in ? own_file(row.lives_on_in) : "";
+        EXPECT_TRUE(mgr.try_removal({DEVICE, "X"}, own_file(row.file)));
+        EXPECT_EQ(mgr.get_change_outcome().lives_on_in, expected);
+        EXPECT_TRUE(mgr.remove_definition({DEVICE, "X"}, own_file(row.file)));
+        EXPECT_EQ(mgr.get_change_outcome().lives_on_in, expected);
+        EXPECT_EQ(ZORVA_QSPI_MGR().get_flash_file("X"), expected);
+    }
 }
 
 // A document of another place, as records that can be stored here.

@@ -117,6 +117,14 @@ TEST_F(StoreRecoveryTest, TheNextLoadFinishes) {
     }
 }
 
+TEST_F(StoreRecoveryTest, AFileThatOthersHaveWrittenSinceIsNotTakenBack) {
+    leave_half_way("add several", "remove .zorva_2_batch", 1);
+    const std::string written = document(devices("X|SINCE"));
+    write_custom(m_own, written);
+    EXPECT_EQ(changed_now(), (names{"device SINCE", "device X"}));
+    EXPECT_EQ(files_in(m_custom_dir), (texts{{m_own, written}, {"pgm_flash_Y.xml", ""}}));
+}
+
 // Disks on which a load can't finish, or may do so only just.
 TEST_F(StoreRecoveryTest, WhoCannotFinishTouchesNothing) {
     struct : hasty_disk {

@@ -281,6 +281,10 @@ TEST_F(StoreRefusalTest, NothingOfAnotherFileGoesOutOfForce) {
         {"a bad device", bad + dev("B"), dev("B") + dev("C"), false},
         {"a bad device ahead of a template", bad + user_template("T1"),
          user_template("T1") + user_template("T2"), false},
+        {"a template behind a bad one", bad + user_template("T1"),
+         user_template("T0", flows(replaced(action(ZORVA_ACT_TYPE_CUSTOM), "start", "begin"))) +
+             user_template("T1") + user_template("T2"),
+         false},
         {"nobody else's name", bad + dev("B"), dev("C") + user_template("T1"), true},
         {"a name that is refused there", dev("A") + dev("A") + dev("B"),
          dev("C") + dev("C") + dev("B"), true},
