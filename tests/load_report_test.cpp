@@ -75,6 +75,11 @@ TEST_F(LoadReportTest, TellsOfEachFileAndEachDefinition) {
                           short_template("Behind") +      // 8
                           short_device("BEHIND")));       // 9
     write_custom("pgm_flash_3.xml", document("\n<SPARE/>\n"));
+    write_custom("pgm_flash_4.xml",
+                 document(short_device("TWICE") +    // line 2
+                          short_device("TWICE") +    // 5
+                          short_device("BEHIND")));  // 8
+    write_custom("pgm_flash_5.xml", document(short_device("OTHER") + short_device("FIRST")));
     ZORVA_QSPI_MGR mgr;
     const ZORVA_LOAD_REPORT& report = mgr.get_load_report();
     EXPECT_EQ(told(report, m_root),
@@ -95,7 +100,19 @@ TEST_F(LoadReportTest, TellsOfEachFileAndEachDefinition) {
               "  device WRONG line 5: refused [20478 line 5]\n"
               "  device BEHIND line 9: not read\n"
               "  template Behind line 8: not read\n"
-              "custom/pgm_flash_3.xml: skipped [0 line 3]\n");
+              "custom/pgm_flash_3.xml: skipped [0 line 3]\n"
+              "custom/pgm_flash_4.xml: read in part\n"
+              "  device TWICE line 2: in force\n"
+              "  device TWICE line 5: refused [20482 line 5]\n"
+              "  device BEHIND line 8: not read\n"
+              "custom/pgm_flash_5.xml: read in part\n"
+              "  device OTHER line 2: in force\n"
+              "  device FIRST line 5: refused [20482 line 5]\n");
+    EXPECT_EQ(joined(posted_ids()), "20507 20478 20482 20482");
+    EXPECT_EQ(m_messages.back().text,
+              "Found duplicate flash device names 'FIRST' in the " + m_custom_dir + " directory.");
+    EXPECT_EQ(joined(mgr.get_user_template_list()), "Early");
+    EXPECT_EQ(joined(device_names(mgr)), "ALONE BOTH FIRST OTHER SHIP TWICE");
     EXPECT_EQ(report[0].origin, ZORVA_ORIGIN::SHIPPED);
     EXPECT_EQ(report[1].origin, ZORVA_ORIGIN::INSTALLATION);
     EXPECT_EQ(report[2].origin, ZORVA_ORIGIN::CUSTOM);

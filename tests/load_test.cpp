@@ -76,26 +76,6 @@ TEST_F(LoadTest, TheCustomDirectoryIsReadAtConstruction) {
         << "one directory is read once, and the shipped file isn't read again";
 }
 
-TEST_F(LoadTest, ANameTwiceInOneDirectoryEndsItsFile) {
-    write_installed(
-        "pgm_flash_1.xml",
-        document(devices("A") + device({.name = "SHIP_A", .density = "1Mb"}) + devices("LOST_1")));
-    const std::string first = write_custom(
-        "pgm_flash_1.xml",
-        document(devices("A|B") + device({.name = "B", .density = "1Mb"}) + devices("LOST_2")));
-    write_custom("pgm_flash_2.xml", document(devices("C|A")));
-    ZORVA_QSPI_MGR mgr;
-    EXPECT_EQ(joined(device_names(mgr)), "A B C " + shipped);
-    EXPECT_EQ(mgr.get_flash("SHIP_A", true)->get_density(), "128Mb");
-    EXPECT_EQ(mgr.get_flash("B", true)->get_density(), "128Mb");
-    EXPECT_EQ(mgr.get_flash_file("A"), first);
-    ASSERT_EQ(joined(posted_ids()), "20482 20482 20482");
-    EXPECT_EQ(m_messages[0].text,
-              "Found duplicate flash device names 'SHIP_A' in the " + m_xml_dir + " directory.");
-    EXPECT_EQ(m_messages[2].text,
-              "Found duplicate flash device names 'A' in the " + m_custom_dir + " directory.");
-}
-
 // The second of three devices is refused; a template and another file follow.
 TEST_F(LoadTest, ARefusedDeviceEndsItsFileOnly) {
     const std::string good = action(ZORVA_ACT_TYPE_WRITE_REGISTER);
@@ -181,24 +161,6 @@ TEST_F(LoadTest, AnActionThatLacksAChildIsABadOne) {
         ASSERT_EQ(joined(posted_ids()), std::to_string(zorva_message_row(kind.message).id));
         EXPECT_NE(m_messages[0].text.find(" '' is invalid"), std::string::npos);
     }
-}
-
-TEST_F(LoadTest, TheFirstDefinitionOfATemplateStands) {
-    const auto one = [](ZORVA_ACT_TYPE type) { return flows(action(type), ""); };
-    const std::string bad = flows(replaced(action(ZORVA_ACT_TYPE_CUSTOM), "start", "begin"));
-    write_installed("pgm_flash_1.xml", document(user_template("Bad", bad) +
-                                                user_template("Good", one(ZORVA_ACT_TYPE_ERASE))));
-    write_custom("pgm_flash_1.xml", document(user_template("New", one(ZORVA_ACT_TYPE_ERASE)) +
-                                             user_template("Good", one(ZORVA_ACT_TYPE_CUSTOM)) +
-                                             user_template("Lost") + devices("KEPT")));
-    ZORVA_QSPI_MGR mgr;
-    EXPECT_EQ(joined(mgr.get_user_template_list()), "Good New");
-    EXPECT_EQ(joined(device_names(mgr)), "KEPT " + shipped);
-    std::string good = "Good";
-    const auto* flow = mgr.get_user_template_operation_list(good, ZORVA_PROG_FLOW_TYPE_SFL);
-    EXPECT_EQ(flow->at(ZORVA_OP_TYPE_PROGRAM)->get_action_list()->at(0)->get_action_type(),
-              ZORVA_ACT_TYPE_ERASE);
-    EXPECT_EQ(joined(posted_ids()), "20507") << "a repeated template is told to nobody";
 }
 
 // Each of these stands between two good files.

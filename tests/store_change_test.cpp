@@ -12,11 +12,7 @@ class StoreChangeTest : public StoreTest {
 
 std::string StoreChangeTest::traced() {
     std::string text;
-    for (std::string trace : m_traces) {
-        for (std::size_t at = 0; (at = trace.find(m_root)) != std::string::npos;)
-            trace.erase(at, m_root.size());
-        text += trace + "\n";
-    }
+    for (const std::string& trace : m_traces) text += without_root(trace) + "\n";
     forget();
     return text;
 }

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
-#include <tuple>
 
 namespace fs = std::filesystem;
 
@@ -28,7 +27,7 @@ class StoreEditTest : public StoreTest {
                               device({.name = "HIDDEN", .density = "1Mb"})));
         write_custom("pgm_flash_bad.xml",
                      document(devices("C") + device({.name = "BAD", .flow = bad}) +
-                              devices("behind BAD") + user_template("W")));
+                              devices("UNREAD") + user_template("W")));
         write_custom("pgm_flash_template_N.xml",
                      document(user_template("P") + user_template("TWIN") + devices("TWIN")));
         write_custom("pgm_flash_G.xml", document(golden_template() + devices("G")));
@@ -40,17 +39,6 @@ class StoreEditTest : public StoreTest {
         std::multiset<std::string> all = definitions_in(m_xml_dir);
         all.merge(definitions_in(m_custom_dir));
         return all;
-    }
-    std::function<bool(ZORVA_MGR&)> update(const std::string& name, const std::string& directory) {
-        return [=](ZORVA_MGR& mgr) { return mgr.update_db(new_record(mgr, name), directory); };
-    }
-    std::function<bool(ZORVA_MGR&)> add_template(const std::string& name) {
-        return [this, name](ZORVA_MGR& mgr) {
-            return mgr.update_template_db(new_record(mgr, "", "0x77", name), m_custom_dir);
-        };
-    }
-    std::function<bool(ZORVA_MGR&)> remove(const std::string& name, const std::string& directory) {
-        return [=](ZORVA_MGR& mgr) { return mgr.delete_db(name, directory); };
     }
 };
 
@@ -68,49 +56,41 @@ names difference(const std::multiset<std::string>& all, const std::multiset<std:
 }
 
 TEST_F(StoreEditTest, EverythingElseIsStillThere) {
-    const auto delete_template = [](const char* name) {
-        return [name](ZORVA_MGR& mgr) { return mgr.delete_template(name); };
-    };
-    const auto replaces = [&](const std::string& name, const std::string& directory) {
-        return std::tuple{update(name, directory), names{"device " + name},
-                          names{"device " + name}};
-    };
     const struct {
-        const char* what;
-        std::tuple<std::function<bool(ZORVA_MGR&)>, names, names> change;  // what is lost, gained
+        const char* change;
+        names lost, gained;
     } rows[] = {
-        {"add", {update("X", m_custom_dir), {}, {"device X"}}},
-        {"add beside others", {update("template_N", m_custom_dir), {}, {"device template_N"}}},
-        {"shadow a shipped one", {update("SHIP_A", m_custom_dir), {}, {"device SHIP_A"}}},
-        {"shadow another", {update("A", m_custom_dir), {}, {"device A"}}},
-        {"replace an installed one", replaces("A", m_xml_dir)},
-        {"replace a custom one", replaces("B", m_custom_dir)},
-        {"replace a shadow", replaces("HIDDEN", m_custom_dir)},
-        {"replace before a bad one", replaces("C", m_custom_dir)},
-        {"replace a bad one", replaces("BAD", m_custom_dir)},
-        {"replace one that wasn't read", replaces("behind BAD", m_custom_dir)},
-        {"replace beside a golden template", replaces("G", m_custom_dir)},
-        {"replace behind a bad template", replaces("H", m_custom_dir)},
-        {"delete an installed one", {remove("A", m_xml_dir), {"device A"}, {}}},
-        {"delete a custom one", {remove("B", m_custom_dir), {"device B"}, {}}},
-        {"delete a shadow", {remove("HIDDEN", m_custom_dir), {"device HIDDEN"}, {}}},
-        {"delete before a bad one", {remove("C", m_custom_dir), {"device C"}, {}}},
-        {"delete beside a golden template", {remove("G", m_custom_dir), {"device G"}, {}}},
-        {"delete a bad one", {remove("BAD", m_custom_dir), {}, {}}},
-        {"delete in the other directory", {remove("A", m_custom_dir), {}, {}}},
-        {"delete what isn't there", {remove("nobody", m_custom_dir), {}, {}}},
-        {"add a template", {add_template("X"), {}, {"template X"}}},
-        {"add a template beside others", {add_template("N"), {}, {"template N"}}},
-        {"delete a template", {delete_template("S"), {"template S"}, {}}},
-        {"delete a template by its name", {remove("U", m_custom_dir), {"template U"}, {}}},
-        {"delete the device of two", {remove("TWIN", m_custom_dir), {"device TWIN"}, {}}},
-        {"delete the template of two", {delete_template("TWIN"), {"template TWIN"}, {}}},
-        {"delete one that hides another", {delete_template("T"), {"template T"}, {}}},
-        {"delete one that isn't there", {delete_template("nobody"), {}, {}}},
+        {"store X", {}, {"device X"}},
+        {"store template_N", {}, {"device template_N"}},
+        {"store SHIP_A", {}, {"device SHIP_A"}},
+        {"store A", {}, {"device A"}},
+        {"store A in installation", {"device A"}, {"device A"}},
+        {"store B", {"device B"}, {"device B"}},
+        {"store HIDDEN", {"device HIDDEN"}, {"device HIDDEN"}},
+        {"store C", {"device C"}, {"device C"}},
+        {"store BAD", {"device BAD"}, {"device BAD"}},
+        {"store UNREAD", {"device UNREAD"}, {"device UNREAD"}},
+        {"store G", {"device G"}, {"device G"}},
+        {"store H", {"device H"}, {"device H"}},
+        {"delete A in installation", {"device A"}, {}},
+        {"delete B", {"device B"}, {}},
+        {"delete HIDDEN", {"device HIDDEN"}, {}},
+        {"delete C", {"device C"}, {}},
+        {"delete G", {"device G"}, {}},
+        {"delete BAD", {}, {}},  // which the maps don't know
+        {"delete A", {}, {}},    // which stands in the other directory
+        {"delete NOBODY", {}, {}},
+        {"delete U", {"template U"}, {}},
+        {"delete TWIN", {"device TWIN"}, {}},
+        {"add X", {}, {"template X"}},
+        {"add N", {}, {"template N"}},
+        {"drop S", {"template S"}, {}},
+        {"drop TWIN", {"template TWIN"}, {}},
+        {"drop T", {"template T"}, {}},  // which hides another
     };
     const texts original[] = {files_in(m_xml_dir), files_in(m_custom_dir)};
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.change);
         put_files(m_xml_dir, original[0]);
         put_files(m_custom_dir, original[1]);
         const auto before = definitions();
@@ -118,18 +98,17 @@ TEST_F(StoreEditTest, EverythingElseIsStillThere) {
         const texts known = answers(mgr);
         const std::size_t reports = mgr.get_load_report().size();
         forget();
-        const auto& [change, lost, gained] = row.change;
-        EXPECT_EQ(change(mgr), row.what != std::string("delete one that isn't there"));
+        EXPECT_TRUE(run(mgr, row.change));
         EXPECT_EQ(posted_ids(), ids{});
-        EXPECT_EQ(difference(before, definitions()), lost);
-        EXPECT_EQ(difference(definitions(), before), gained);
+        EXPECT_EQ(difference(before, definitions()), row.lost);
+        EXPECT_EQ(difference(definitions(), before), row.gained);
         EXPECT_EQ(mgr.get_load_report().size(), reports);
         // One that wasn't read, or that another hid, may come into force with the next load.
         texts now = loaded();
         std::erase_if(now, [&](const auto& entry) { return !known.contains(entry.first); });
         for (const texts& all : {now, answers(mgr)}) {
             names others = changed(known, all);
-            for (const names& mine : {lost, gained})
+            for (const names& mine : {row.lost, row.gained})
                 for (const std::string& name : mine) std::erase(others, name);
             EXPECT_EQ(others, names{});
         }
@@ -137,21 +116,20 @@ TEST_F(StoreEditTest, EverythingElseIsStillThere) {
 }
 
 TEST_F(StoreEditTest, TheInstallationUnderAnotherName) {
-    const std::string link = m_root + "link/";
+    m_custom_dir = m_root + "link/";
     fs::create_directory_symlink(m_xml_dir, m_root + "link");
-    ZORVA_MGR::set_db_custom_dir(link);
-    const auto before = definitions();
+    ZORVA_MGR::set_db_custom_dir(m_custom_dir);
+    const auto before = definitions_in(m_xml_dir);
     const std::string shipped = bytes_of(m_shipped_file);
     ZORVA_QSPI_MGR mgr;
-    for (const auto& change : {update("SHIP_A", link), remove("SHIP_A", link),
-                               update("db_qspi", link), update("db_sdmmc", link)})
-        EXPECT_FALSE(change(mgr));
-    EXPECT_EQ(definitions(), before);
-    EXPECT_TRUE(update("X", link)(mgr));
-    EXPECT_TRUE(update("A", link)(mgr));
-    EXPECT_TRUE(remove("HIDDEN", link)(mgr));
-    EXPECT_EQ(difference(before, definitions()), (names{"device A", "device HIDDEN"}));
-    EXPECT_EQ(difference(definitions(), before), (names{"device A", "device X"}));
+    for (const char* change : {"store SHIP_A", "delete SHIP_A", "store db_qspi", "store db_sdmmc"})
+        EXPECT_FALSE(run(mgr, change)) << change;
+    EXPECT_EQ(definitions_in(m_xml_dir), before);
+    for (const char* change : {"store X", "store A", "delete HIDDEN"})
+        EXPECT_TRUE(run(mgr, change)) << change;
+    const auto now = definitions_in(m_xml_dir);
+    EXPECT_EQ(difference(before, now), (names{"device A", "device HIDDEN"}));
+    EXPECT_EQ(difference(now, before), (names{"device A", "device X"}));
     EXPECT_EQ(bytes_of(m_shipped_file), shipped);
 }
 
@@ -162,7 +140,7 @@ TEST_F(StoreEditTest, AFileThatIsMissingOrEmptyIsWrittenAnew) {
     fs::permissions(file, fs::perms(0400));
     pgm_host::set_file_system(nullptr);
     const mode_t mask = ::umask(027);
-    EXPECT_TRUE(update("B", m_custom_dir)(mgr));
+    EXPECT_TRUE(run(mgr, "store B"));
     ::umask(mask);
     EXPECT_EQ(fs::status(file).permissions(), fs::perms(0400)) << "a replaced file keeps its own";
     EXPECT_TRUE(loaded().contains("device B"));
@@ -214,7 +192,7 @@ TEST_F(StoreEditTest, TheOldDefinitionIsFound) {
             ZORVA_QSPI_MGR mgr;
             put_files(m_custom_dir, files);
             ASSERT_EQ(mgr.get_flash(row.name, true) != nullptr, is_known);
-            EXPECT_TRUE(StoreTest::update(mgr, row.name));
+            EXPECT_TRUE(update(mgr, row.name));
             const std::string now = loaded()["device " + row.name];
             EXPECT_NE(now.find(" 64Mb, 0x77"), std::string::npos) << now;
             EXPECT_EQ(definitions_in(m_custom_dir).size(), 2U);
@@ -244,11 +222,11 @@ TEST_F(StoreEditTest, CommentsStayWhereTheyStood) {
         return text;
     };
     ZORVA_QSPI_MGR mgr;
-    EXPECT_TRUE(StoreTest::update(mgr, "mix"));
+    EXPECT_TRUE(update(mgr, "mix"));
     EXPECT_EQ(order(), "whose|of A|inside A|A|of B|B|inside B|m|last|behind|");
     EXPECT_TRUE(mgr.delete_db("A", m_custom_dir));
     EXPECT_EQ(order(), "whose|of A|of B|B|inside B|m|last|behind|");
-    EXPECT_TRUE(StoreTest::update(mgr, "mix", "0x01"));
+    EXPECT_TRUE(update(mgr, "mix", "0x01"));
     EXPECT_TRUE(mgr.delete_db("B", m_custom_dir));
     EXPECT_EQ(order(), "whose|of A|of B|m|last|behind|");
 }
@@ -260,7 +238,7 @@ TEST_F(StoreEditTest, ALinkIsFollowed) {
     fs::permissions(elsewhere, fs::perms(0664));
     fs::create_symlink(elsewhere, own_file("L"));
     ZORVA_QSPI_MGR mgr;
-    EXPECT_TRUE(StoreTest::update(mgr, "L"));
+    EXPECT_TRUE(update(mgr, "L"));
     EXPECT_TRUE(mgr.delete_db("N", m_custom_dir));
     EXPECT_TRUE(fs::is_symlink(own_file("L")));
     EXPECT_EQ(fs::status(elsewhere).permissions(), fs::perms(0664));

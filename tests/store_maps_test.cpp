@@ -13,8 +13,8 @@ constexpr auto TEMPLATE = ZORVA_DEFINITION_KIND::TEMPLATE;
 std::string found_by(ZORVA_MGR& mgr, const std::string& name, dword id) {
     const auto is_it = [&](ZORVA_FLASH* flash) { return flash && flash->get_name() == name; };
     names ways;
-    if (is_it(mgr.get_flash(name, true))) ways.emplace_back("name");
-    if (is_it(mgr.get_flash_with_id(id, 0xFF))) ways.emplace_back("ID");
+    if (mgr.get_flash(name, true)) ways.emplace_back("name");
+    if (mgr.get_flash_with_id(id, 0xFF)) ways.emplace_back("ID");
     if (is_it(mgr.get_flash_with_density(8 << 20))) ways.emplace_back("density");
     if (!mgr.get_flash_file(name).empty()) ways.emplace_back("file");
     for (const std::string& listed : device_names(mgr))
@@ -39,10 +39,12 @@ class StoreMapsTest : public StoreTest {
 TEST_F(StoreMapsTest, LookUpsFollowEachChange) {
     const std::string all = "name ID density file list";
     ZORVA_QSPI_MGR mgr;
+    ZORVA_FLASH* first = new_record(mgr, "X");
+    ZORVA_FLASH* second = new_record(mgr, "X", "0x78");
     EXPECT_EQ(found_by(mgr, "X", 0x77), "");
-    EXPECT_TRUE(update(mgr, "X"));
+    EXPECT_TRUE(mgr.update_db(first, m_custom_dir));
     EXPECT_EQ(found_by(mgr, "X", 0x77), all);
-    EXPECT_TRUE(update(mgr, "X", "0x78"));
+    EXPECT_TRUE(mgr.update_db(second, m_custom_dir));
     EXPECT_EQ(found_by(mgr, "X", 0x77), "name density file list");
     EXPECT_EQ(found_by(mgr, "X", 0x78), all);
     EXPECT_TRUE(mgr.delete_db("X", m_custom_dir));

@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -11,6 +12,7 @@
 #include <optional>
 #include <regex>
 #include <sstream>
+#include <stdexcept>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -201,6 +203,25 @@ const std::vector<change_case>& change_cases() {
 texts StoreTest::loaded() {
     ZORVA_QSPI_MGR mgr;
     return answers(mgr);
+}
+
+bool StoreTest::run(ZORVA_MGR& mgr, const std::string& change) const {
+    const std::size_t verb_end = change.find(' ');
+    const std::string verb = change.substr(0, verb_end);
+    const std::size_t place = change.find(" in installation");
+    const std::string& directory = place == std::string::npos ? m_custom_dir : m_xml_dir;
+    const std::string name = change.substr(verb_end + 1, place - std::min(place, verb_end + 1));
+    if (verb == "store") return mgr.update_db(new_record(mgr, name), directory);
+    if (verb == "delete") return mgr.delete_db(name, directory);
+    if (verb == "add") return mgr.update_template_db(new_record(mgr, "", "0x77", name), directory);
+    if (verb == "drop") return mgr.delete_template(name);
+    throw std::logic_error("no change: " + change);
+}
+
+std::string StoreTest::without_root(std::string text) const {
+    for (std::size_t at = 0; (at = text.find(m_root, at)) != std::string::npos;)
+        text.erase(at, m_root.size());
+    return text;
 }
 
 bool hasty_disk::write(const std::string& path, std::string_view bytes) {

@@ -82,6 +82,11 @@ class StoreTest : public InstallationTest {
     bool update(ZORVA_MGR& mgr, const std::string& name, const std::string& id = "0x77") {
         return mgr.update_db(new_record(mgr, name, id), m_custom_dir);
     }
+    // A change told by a text: "store X" and "delete X" of a device, "add T" and "drop T" of a
+    // template; in the custom directory, or "store X in installation".
+    bool run(ZORVA_MGR& mgr, const std::string& change) const;
+    // A text without the root of the paths in it.
+    std::string without_root(std::string text) const;
 
     hasty_disk m_disk;
 };
