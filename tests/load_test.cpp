@@ -1,6 +1,6 @@
 // What a manager takes of the files that it meets.
 #include "pgm/zorva/rules/zorva_action_table.h"
-#include "tests/test_support.h"
+#include "tests/store_support.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -16,13 +16,6 @@ class LoadTest : public InstallationTest {
     static std::string loaded_names() {
         ZORVA_QSPI_MGR mgr;
         return joined(device_names(mgr));
-    }
-    static std::vector<ZORVA_ACTION*> program(ZORVA_MGR& mgr, const std::string& name,
-                                              ZORVA_PROG_FLOW_TYPE flow) {
-        return *mgr.get_flash(name, true)
-                    ->get_operation_list(flow)
-                    ->at(ZORVA_OP_TYPE_PROGRAM)
-                    ->get_action_list();
     }
     // Whether the file was passed over with a trace whose reason begins so.
     bool skipped(const std::string& file, const std::string& reason = ":") const {
@@ -108,41 +101,24 @@ TEST_F(LoadTest, ARefusedDeviceEndsItsFileOnly) {
 }
 
 TEST_F(LoadTest, ValuesAreTakenAsTheFileGivesThem) {
-    const std::string poll =
-        replaced(replaced(replaced(action(ZORVA_ACT_TYPE_READ_REGISTER), ">10<", ">0070<"),
-                          "\"us\"", "\"ms\""),
-                 ">500<", ">4294967295<");
+    std::string poll = action(ZORVA_ACT_TYPE_READ_REGISTER);
+    for (const auto& [from, to] :
+         {std::pair{">10<", ">0070<"}, {"\"us\"", "\"ms\""}, {">500<", ">4294967295<"}})
+        poll = replaced(poll, from, to);
     const std::string mark = action(ZORVA_ACT_TYPE_CUSTOM);
     const std::string escapes = replaced(mark, "Program data", R"(a\nb\\n\t\)");
-    const std::string short_mark = replaced(mark, "Program data", "x");
     const std::string surplus = replaced(mark, "</ACTION>", "<COMMAND>not read</COMMAND></ACTION>");
-    write_custom("pgm_flash_1.xml",
-                 document(device({.name = "A-1 / \u00fc&amp;",
-                                  .id = " 1  2 ",
-                                  .total_die = "0002",
-                                  .prog_flow_template = "nobody's",
-                                  .flow = flows(poll, escapes + short_mark + surplus)})));
+    write_custom("pgm_flash_1.xml", document(device({.name = "A-1 / \u00fc&amp;",
+                                                     .id = " 1  2 ",
+                                                     .total_die = "0002",
+                                                     .prog_flow_template = "nobody's",
+                                                     .flow = flows(poll, escapes + surplus)})));
     ZORVA_QSPI_MGR mgr;
-    const std::string name = "A-1 / \u00fc&";
-    ZORVA_FLASH* flash = mgr.get_flash(name, true);
-    ASSERT_TRUE(flash);
-    EXPECT_EQ(flash->get_parameter_value(ZORVA_FLASH_PARAM_ID), " 1  2 ");
-    EXPECT_EQ(flash->get_parameter_value(ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE), "nobody's");
-    const dword numbers[] = {2, 8, 10};
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(flash->get_parameter_value_in_dword(
-                      number<ZORVA_FLASH_PARAM>(ZORVA_FLASH_PARAM_TOTAL_DIE + i), nullptr),
-                  numbers[i]);
-    ZORVA_ACTION* read_poll = program(mgr, name, ZORVA_PROG_FLOW_TYPE_SFL).at(0);
-    EXPECT_EQ(read_poll->get_property_value(ZORVA_ACT_PROPERTY_RR_NAME), "Poll status");
-    EXPECT_EQ(read_poll->get_property_value(ZORVA_ACT_PROPERTY_RR_DELAY), "70");
-    EXPECT_EQ(read_poll->get_property_value(ZORVA_ACT_PROPERTY_RR_ATTEMPT_COUNT), "4294967295");
-    const std::string descriptions[] = {"a\nb\\\n\\t\\", "x", "Program data"};
-    for (std::size_t i = 0; i < 3; ++i)
-        EXPECT_EQ(program(mgr, name, ZORVA_PROG_FLOW_TYPE_SDM)
-                      .at(i)
-                      ->get_property_value(ZORVA_ACT_PROPERTY_CU_DESCRIPTION),
-                  descriptions[i]);
+    EXPECT_EQ(answers(mgr)["device A-1 / \u00fc&"],
+              m_custom_dir +
+                  "pgm_flash_1.xml 128Mb,  1  2 , 1.8V, nobody's, 2, 8, 10"
+                  "\n0:\n1: Poll status, 0x05, 1, 0x00, 0x01, 4294967295, 70, 1-1,\n2:\n3:\n4:"
+                  "\n0:\n1: a\nb\\\n\\t\\, start, Program data, start,\n2:\n3:\n4:");
     EXPECT_EQ(joined(posted_ids()), "");
 }
 
@@ -169,27 +145,13 @@ TEST_F(LoadTest, AFileThatCantBeTakenIsPassedOver) {
     const std::pair<const char*, std::string> rows[] = {
         {"empty", ""},
         {"half-written", good.substr(0, good.size() / 2)},
-        {"no XML", "[settings]\nkey = value\n"},
         {"binary", std::string("\x7F\x00\x01\xFF", 4)},
         {"another document", R"(<SDMMC_FLASH version="1"></SDMMC_FLASH>)"},
-        {"no such tag", document("<SPARE/>")},
-        {"text between tags", document("text")},
         {"a child too few", without(good, "ERASE")},
-        {"a child too many", replaced(good, "<ERASE/>", "<ERASE/><ERASE/>")},
-        {"a parameter missing", without(good, "DEVICE_ID")},
         {"a name missing", replaced(good, "INSIDE", "")},
-        {"no number", replaced(good, ">8<", ">8.0<")},
         {"a number too large", replaced(good, ">8<", ">4294967296<")},
-        {"a negative number", replaced(good, ">8<", ">-8<")},
-        {"no type", replaced(good, " type=\"WRITE_REG\"", "")},
         {"no such type", replaced(good, "WRITE_REG", "WRITE_ALL")},
         {"two golden templates", document(golden_template() + golden_template())},
-        {"text behind the end", good + "<more/>"},
-        {"an entity that grows", "<!DOCTYPE d [<!ENTITY a \"aaaa\"><!ENTITY b \"&a;&a;&a;\">]>" +
-                                     replaced(good, "INSIDE", "&b;")},
-        {"an entity from outside",
-         "<!DOCTYPE d [<!ENTITY a SYSTEM \"/etc/hostname\">]>" + replaced(good, "INSIDE", "&a;")},
-        {"broken UTF-8", replaced(good, "INSIDE", "INS\xFF\xFE")},
     };
     write_custom("pgm_flash_1.xml", document(devices("BEFORE")));
     write_custom("pgm_flash_3.xml", document(devices("BEHIND")));

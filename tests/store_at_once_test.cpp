@@ -79,23 +79,4 @@ TEST_F(StoreAtOnceTest, ChangesAndLoads) {
     EXPECT_EQ(device_names(mgr), known);
 }
 
-// A device and a template whose file is one and the same.
-TEST_F(StoreAtOnceTest, BothUseOneFile) {
-    const auto file_holds = [this](const char* text) {
-        return bytes_of(own_file("template_X")).find(text) != std::string::npos;
-    };
-    const auto device_job = [&](ZORVA_MGR& mgr, int) {
-        const char* const text = "<DEVICE_NAME>template_X<";
-        return update(mgr, "template_X") && update(mgr, "template_X", "0x78") && file_holds(text) &&
-               mgr.delete_db("template_X", m_custom_dir) && !file_holds(text);
-    };
-    const auto template_job = [&](ZORVA_MGR& mgr, int) {
-        const char* const text = "<TEMPLATE_NAME>X<";
-        return mgr.update_template_db(new_record(mgr, "", "0x77", "X"), m_custom_dir) &&
-               file_holds(text) && mgr.delete_template("X") && !file_holds(text);
-    };
-    all_rounds({device_job, template_job}, {"SHIP_A"});
-    EXPECT_EQ(files_in(m_custom_dir), texts{});
-}
-
 }  // namespace

@@ -1,4 +1,4 @@
-// What a change traces, where a host may keep its files, and when it may change them.
+// What a change traces, what it compares, and from where it may be called.
 #include "pgm/zorva/zorva_change.h"
 #include "tests/store_support.h"
 
@@ -101,54 +101,6 @@ TEST_F(StoreChangeTest, AChangeFromWithinALoadIsRefused) {
     EXPECT_EQ(refusals, 1);
     EXPECT_TRUE(again.get_flash("A", true));
     EXPECT_TRUE(mgr.delete_db("A", m_custom_dir));
-}
-
-// A host that keeps its files elsewhere: every path of the one directory leads to another.
-struct moving_disk : hasty_disk {
-    std::string named, real;
-
-    std::string at(const std::string& path) const {
-        return path.starts_with(named) ? real + path.substr(named.size()) : path;
-    }
-    bool exists(const std::string& a) override { return hasty_disk::exists(at(a)); }
-    bool touch(const std::string& a) override { return hasty_disk::touch(at(a)); }
-    bool chmod(const std::string& a, int mode) override { return hasty_disk::chmod(at(a), mode); }
-    bool remove(const std::string& a) override { return hasty_disk::remove(at(a)); }
-    bool rename(const std::string& a, const std::string& b) override {
-        return hasty_disk::rename(at(a), at(b));
-    }
-    bool read(const std::string& a, std::string& b) override { return hasty_disk::read(at(a), b); }
-    bool write(const std::string& a, std::string_view b) override {
-        return hasty_disk::write(at(a), b);
-    }
-    names list(const std::string& a) override { return hasty_disk::list(at(a)); }
-    names list_others(const std::string& a) override { return hasty_disk::list_others(at(a)); }
-    int mode(const std::string& a) override { return hasty_disk::mode(at(a)); }
-    std::string follow(const std::string& a) override { return a; }
-    bool same_file(const std::string& a, const std::string& b) override {
-        return hasty_disk::same_file(at(a), at(b));
-    }
-    bool may_change(const std::string& a) override { return hasty_disk::may_change(at(a)); }
-    std::unique_ptr<pgm_host::directory_lock> lock(const std::string& a, pgm_host::lock_kind kind,
-                                                   std::chrono::milliseconds wait) override {
-        return hasty_disk::lock(at(a), kind, wait);
-    }
-};
-
-TEST_F(StoreChangeTest, EveryCallGoesThroughTheHostsFileSystem) {
-    moving_disk disk;
-    disk.real = m_custom_dir;
-    disk.named = m_root + "nowhere/";
-    pgm_host::set_file_system(&disk);
-    ZORVA_MGR::set_db_custom_dir(disk.named);
-    for (const change_case& row : change_cases()) {
-        SCOPED_TRACE(row.name);
-        put_files(m_custom_dir, row.files);
-        ZORVA_QSPI_MGR mgr;
-        EXPECT_TRUE(row.change(mgr, disk.named)) << mgr.get_change_outcome().sentence;
-        EXPECT_EQ(changed(loaded(), answers(mgr)), names{});
-    }
-    pgm_host::set_file_system(&m_disk);
 }
 
 }  // namespace
