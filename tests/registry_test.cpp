@@ -18,6 +18,7 @@ class RegistryTest : public InstallationTest {
 TEST_F(RegistryTest, TheQspiManagerServesItsFamilyAndSchemesAndStays) {
     ZORVA_MGR* const mgr = active();
     EXPECT_EQ(ZORVA_HELPER::get_helper()->get_manager_list(), std::vector{mgr});
+    mgr->set_active_device_family(number<DEV_FAMILY_ENUM>(12));  // which a new one wouldn't have
     for (const int i : {10, 55, 73, 0}) {
         SCOPED_TRACE(i);
         const auto family = number<DEV_FAMILY_ENUM>(i);
@@ -39,6 +40,7 @@ TEST_F(RegistryTest, TheQspiManagerServesItsFamilyAndSchemesAndStays) {
         EXPECT_EQ(ZORVA_HELPER::set_active_flash_family(scheme), served);
         EXPECT_EQ(active(), mgr);
     }
+    EXPECT_EQ(active()->get_active_device_family(), number<DEV_FAMILY_ENUM>(12));
     EXPECT_EQ(joined(posted_ids()), "");
 }
 

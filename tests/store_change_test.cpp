@@ -72,6 +72,7 @@ TEST_F(StoreChangeTest, Traces) {
               "Touch new XML file, custom/pgm_flash_template_T.xml\n"
               "Deleting old XML file custom/pgm_flash_template_T.xml\n"
               "Writing new XML file, custom/pgm_flash_template_T.xml\n");
+    EXPECT_TRUE(mgr.delete_template("T"));
 }
 
 // Spelled otherwise, it is still the definition that was loaded.

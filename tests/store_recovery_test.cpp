@@ -182,6 +182,7 @@ TEST_F(StoreRecoveryTest, ALoadBesideAnotherProcessTouchesNothing) {
     std::optional<FIO_DIRECTORY_LOCK> lock(std::in_place, m_custom_dir, true);
     ZORVA_QSPI_MGR mgr;
     EXPECT_EQ(changed(m_before, answers(mgr)), names{"device X"}) << "and not template X";
+    EXPECT_EQ(mgr.get_flash_file("X"), m_custom_dir + m_own);
     EXPECT_EQ(files_in(m_custom_dir), left);
     EXPECT_EQ(posted_ids(), ids{});
     const ZORVA_FILE_REPORT& report = mgr.get_load_report().at(1);
