@@ -243,6 +243,7 @@ TEST_F(StoreMapsTest, AnImportedDocumentIsTakenWhole) {
     EXPECT_EQ(read.report.path, "mail.xml");
     EXPECT_TRUE(mgr.read_document("<junk", "mail.xml").definitions.empty());
     EXPECT_TRUE(mgr.try_definitions(read.definitions, m_custom_dir));
+    EXPECT_TRUE(mgr.try_definitions({read.definitions.front()}, m_custom_dir));
     EXPECT_EQ(files_in(m_custom_dir), texts{});
     EXPECT_TRUE(mgr.store_definitions(read.definitions, m_custom_dir));
     EXPECT_EQ(changed(loaded(), answers(mgr)), names{});
