@@ -17,15 +17,12 @@ class DirectoriesTest : public InstallationTest {
 };
 
 TEST_F(DirectoriesTest, DirectoriesEndInOneSlash) {
-    struct row {
-        const char* dir;
-        const char* expected;
-    };
-    const row rows[] = {{"", "./"}, {"/a/b", "/a/b/"},     {"/a/b/", "/a/b/"},   {"a\\b", "a/b/"},
-                        {"/", "/"}, {"//a//b//", "/a/b/"}, {"a/../b", "a/../b/"}};
-    for (const row& row : rows) {
-        ZORVA_MGR::set_db_custom_dir(row.dir);
-        EXPECT_EQ(ZORVA_MGR::get_db_custom_dir(), row.expected) << row.dir;
+    const std::pair<const char*, const char*> rows[] = {
+        {"", "./"}, {"/a/b", "/a/b/"},     {"/a/b/", "/a/b/"},   {"a\\b", "a/b/"},
+        {"/", "/"}, {"//a//b//", "/a/b/"}, {"a/../b", "a/../b/"}};
+    for (const auto& [directory, expected] : rows) {
+        ZORVA_MGR::set_db_custom_dir(directory);
+        EXPECT_EQ(ZORVA_MGR::get_db_custom_dir(), expected) << directory;
     }
     EXPECT_EQ(ZORVA_MGR::get_db_kestrin_dir(), m_xml_dir);
     pgm_host::set_common_programmer("\\opt\\\\tool");

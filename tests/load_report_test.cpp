@@ -75,6 +75,11 @@ TEST_F(LoadReportTest, TellsOfEachFileAndEachDefinition) {
                           short_template("Behind") +      // 8
                           short_device("BEHIND")));       // 9
     write_custom("pgm_flash_3.xml", document("\n<SPARE/>\n"));
+    write_custom("pgm_flash_4.xml",
+                 document(short_device("TWICE") +    // line 2
+                          short_device("TWICE") +    // 5
+                          short_device("BEHIND")));  // 8
+    write_custom("pgm_flash_5.xml", document(short_device("OTHER") + short_device("FIRST")));
     ZORVA_QSPI_MGR mgr;
     const ZORVA_LOAD_REPORT& report = mgr.get_load_report();
     EXPECT_EQ(told(report, m_root),
@@ -95,7 +100,19 @@ TEST_F(LoadReportTest, TellsOfEachFileAndEachDefinition) {
               "  device WRONG line 5: refused [20478 line 5]\n"
               "  device BEHIND line 9: not read\n"
               "  template Behind line 8: not read\n"
-              "custom/pgm_flash_3.xml: skipped [0 line 3]\n");
+              "custom/pgm_flash_3.xml: skipped [0 line 3]\n"
+              "custom/pgm_flash_4.xml: read in part\n"
+              "  device TWICE line 2: in force\n"
+              "  device TWICE line 5: refused [20482 line 5]\n"
+              "  device BEHIND line 8: not read\n"
+              "custom/pgm_flash_5.xml: read in part\n"
+              "  device OTHER line 2: in force\n"
+              "  device FIRST line 5: refused [20482 line 5]\n");
+    EXPECT_EQ(joined(posted_ids()), "20507 20478 20482 20482");
+    EXPECT_EQ(m_messages.back().text,
+              "Found duplicate flash device names 'FIRST' in the " + m_custom_dir + " directory.");
+    EXPECT_EQ(joined(mgr.get_user_template_list()), "Early");
+    EXPECT_EQ(joined(device_names(mgr)), "ALONE BOTH FIRST OTHER SHIP TWICE");
     EXPECT_EQ(report[0].origin, ZORVA_ORIGIN::SHIPPED);
     EXPECT_EQ(report[1].origin, ZORVA_ORIGIN::INSTALLATION);
     EXPECT_EQ(report[2].origin, ZORVA_ORIGIN::CUSTOM);
@@ -137,11 +154,14 @@ TEST_F(LoadReportTest, TellsOfWhatIsNoFile) {
 }
 
 TEST_F(LoadReportTest, JudgingFilesReadsOnBehindABadDefinition) {
+    std::string bad_golden = replaced(golden_template(), "0x06", "jic");
+    std::erase(bad_golden, '\n');
     const std::string first = write_custom("a.xml", document(short_device("A") +  // line 2
                                                              short_device("WRONG", "3Mb") +    // 5
                                                              short_template("Bad", "begin") +  // 8
                                                              short_device("A") +               // 9
-                                                             short_device("SHIP")));           // 12
+                                                             short_device("SHIP") +            // 12
+                                                             bad_golden));                     // 15
     const std::string second = write_custom("b.xml", document(short_device("A") +       // line 2
                                                               short_template("Bad")));  // 5
     const std::string third = write_installed("c.xml", document(short_device("A")));
@@ -153,6 +173,7 @@ TEST_F(LoadReportTest, JudgingFilesReadsOnBehindABadDefinition) {
         "  template Bad line 8: refused [20507 line 8]\n"
         "  device A line 9: refused [20482 line 9]\n"
         "  device SHIP line 12: in force\n"
+        "  template  line 15: refused [20486 line 15]\n"
         "custom/b.xml: read\n"
         "  device A line 2: refused [20482 line 2]\n"
         "  template Bad line 5: refused [20676 line 5]\n"

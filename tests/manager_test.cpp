@@ -1,8 +1,5 @@
 // The QSPI manager: look-ups, placeholders of legacy devices, lists and permissions.
-#include "tests/test_support.h"
-
-#include <functional>
-#include <memory>
+#include "tests/store_support.h"
 
 namespace {
 
@@ -12,185 +9,188 @@ constexpr DEV_FAMILY_ENUM unknown_family = number<DEV_FAMILY_ENUM>(70);
 
 class ManagerTest : public InstallationTest {
   protected:
-    // A manager that has loaded what stands in the installation now.
-    static std::unique_ptr<ZORVA_QSPI_MGR> load() { return std::make_unique<ZORVA_QSPI_MGR>(); }
-
     static std::string name_of(ZORVA_FLASH* flash) { return flash ? flash->get_name() : "none"; }
 };
 
 TEST_F(ManagerTest, StartsFromItsDefaults) {
-    const auto mgr = load();
-    EXPECT_EQ(mgr->get_flash_family(), DEV_FAMILY_QSPI_FLASH);
-    EXPECT_EQ(mgr->get_active_device_family(), DEV_FAMILY_LAST);
-    EXPECT_EQ(mgr->get_active_config_mode(), PGMIO_CONFIG_SCHEME_QSPI_SDM);
-    EXPECT_FALSE(mgr->get_use_sdm_mode()) << "until a family is set, whatever family 73 says";
-    EXPECT_TRUE(mgr->is_new_device_supported() && mgr->is_flash_operation_supported() &&
-                mgr->is_flash_action_supported());
-    ZORVA_FLASH* record = mgr->get_flash("SHIP_A", true);
-    mgr->set_active_device_family(high_family);
-    const std::unique_ptr<ZORVA_MGR> other(mgr->get_new_instance());
+    ZORVA_QSPI_MGR mgr;
+    EXPECT_EQ(mgr.get_flash_family(), DEV_FAMILY_QSPI_FLASH);
+    EXPECT_EQ(mgr.get_active_device_family(), DEV_FAMILY_LAST);
+    EXPECT_EQ(mgr.get_active_config_mode(), PGMIO_CONFIG_SCHEME_QSPI_SDM);
+    EXPECT_FALSE(mgr.get_use_sdm_mode()) << "until a family is set, whatever family 73 says";
+    EXPECT_TRUE(mgr.is_new_device_supported() && mgr.is_flash_operation_supported() &&
+                mgr.is_flash_action_supported());
+    mgr.set_active_device_family(DEV_FAMILY_LAST);
+    EXPECT_TRUE(mgr.get_use_sdm_mode());
+    mgr.set_active_device_family(high_family);
+    EXPECT_FALSE(mgr.get_use_sdm_mode());
+    const std::unique_ptr<ZORVA_MGR> other(mgr.get_new_instance());
     EXPECT_EQ(other->get_active_device_family(), DEV_FAMILY_LAST);
-    EXPECT_NE(other->get_flash("SHIP_A", true), record) << "an instance shares nothing";
+    EXPECT_NE(other->get_flash("SHIP_A", true), mgr.get_flash("SHIP_A", true));
 }
 
+// Asking for a family makes an entry for it. A look-up by name asks the legacy list first, and so
+// for the active family, the one that a manager starts with too.
 TEST_F(ManagerTest, AskingForAnUnknownFamilyMakesAnEntry) {
-    const auto mgr = load();
-    const auto family = number<DEV_FAMILY_ENUM>;
-    const std::vector known{family(3), family(12), family(23), family(28), family(73)};
-    EXPECT_EQ(mgr->get_family_info(unknown_family), nullptr);
-    EXPECT_EQ(mgr->get_device_family_list(), known);
-    mgr->set_active_device_family(DEV_FAMILY_LAST);
-    EXPECT_TRUE(mgr->get_use_sdm_mode());
-    mgr->set_active_device_family(unknown_family);
-    EXPECT_FALSE(mgr->get_use_sdm_mode());
-    EXPECT_EQ(mgr->get_device_family_list().at(4), unknown_family);
-    EXPECT_EQ(mgr->get_family_info(unknown_family)->io_voltage, "");
-    EXPECT_TRUE(
-        mgr->get_new_config_device_list(family(0), PGMIO_CONFIG_SCHEME_QSPI, false).empty());
-    EXPECT_EQ(mgr->get_device_family_list().at(0), family(0));
-}
-
-// A look-up by name asks the legacy list first, and so for the active family, the one that a
-// manager starts with too.
-TEST_F(ManagerTest, ALookUpMakesAnEntryForTheActiveFamily) {
-    struct row {
+    const struct {
         const char* what;
-        bool has_legacy;
         std::function<void(ZORVA_MGR&)> call;
-        bool made;
+        const char* made;
+        bool has_legacy = true;
+    } rows[] = {
+        {"filtered", [](auto& mgr) { mgr.device_is_legacy("X", false); }, "73"},
+        {"in the database", [](auto& mgr) { mgr.device_exist_in_db("X", false); }, "73"},
+        {"record", [](auto& mgr) { mgr.get_flash("X", false); }, "73"},
+        {"unfiltered", [](auto& mgr) { mgr.get_flash("X", true); }, ""},
+        {"no name", [](auto& mgr) { mgr.device_is_legacy("", false); }, ""},
+        {"no legacy devices", [](auto& mgr) { mgr.get_flash("X", false); }, "", false},
+        {"information", [](auto& mgr) { mgr.get_family_info(unknown_family); }, ""},
+        {"made active", [](auto& mgr) { mgr.set_active_device_family(unknown_family); }, "70"},
+        {"list",
+         [](auto& mgr) {
+             mgr.get_new_config_device_list(plain_family, PGMIO_CONFIG_SCHEME_QSPI, false);
+         },
+         "12"},
     };
-    const row rows[] = {
-        {"filtered", true, [](ZORVA_MGR& mgr) { mgr.device_is_legacy("X", false); }, true},
-        {"in the database", true, [](ZORVA_MGR& mgr) { mgr.device_exist_in_db("X", false); }, true},
-        {"record", true, [](ZORVA_MGR& mgr) { mgr.get_flash("X", false); }, true},
-        {"unfiltered", true, [](ZORVA_MGR& mgr) { mgr.get_flash("X", true); }, false},
-        {"no name", true, [](ZORVA_MGR& mgr) { mgr.device_is_legacy("", false); }, false},
-        {"no legacy devices", false, [](ZORVA_MGR& mgr) { mgr.get_flash("X", false); }, false},
-    };
+    ZORVA_QSPI_MGR whole;
+    EXPECT_EQ(joined(whole.get_device_family_list()), "3 12 23 28 73");
+    EXPECT_EQ(whole.get_family_info(unknown_family), nullptr);
+    EXPECT_EQ(whole.get_family_info(high_family)->io_voltage, high_voltage);
+    const std::vector<PGMDEV_SFL_FLASH_INFO> legacy{{"Group", "LEG", true, 1, low_voltage}};
     pgm_host::set_device_table({});
-    for (const row& row : rows) {
-        SCOPED_TRACE(row.what);
-        if (!row.has_legacy) pgm_host::set_flash_table({});
-        const auto mgr = load();
-        row.call(*mgr);
-        EXPECT_EQ(joined(mgr->get_device_family_list()), row.made ? "73" : "");
+    for (const auto& row : rows) {
+        pgm_host::set_flash_table(row.has_legacy ? legacy : std::vector<PGMDEV_SFL_FLASH_INFO>());
+        ZORVA_QSPI_MGR mgr;
+        row.call(mgr);
+        EXPECT_EQ(joined(mgr.get_device_family_list()), row.made) << row.what;
     }
 }
 
 TEST_F(ManagerTest, LookUpsByNameKeepToTheActiveFamily) {
-    struct row {
+    const struct {
         DEV_FAMILY_ENUM family;
         const char* name;
         bool skip_filtering;
         bool found;
         bool legacy = false;
-    };
-    const row rows[] = {{DEV_FAMILY_LAST, "SHIP_A", false, true},
-                        {DEV_FAMILY_LAST, "SHIP_B", false, false},
-                        {DEV_FAMILY_LAST, "SHIP_B", true, true},
-                        {high_family, "SHIP_B", false, true},
-                        {unknown_family, "SHIP_A", false, false},
-                        {DEV_FAMILY_LAST, "ship_a", true, false},
-                        {DEV_FAMILY_LAST, "", true, false},
-                        {DEV_FAMILY_LAST, "LEG_LOW", false, true, true},
-                        {DEV_FAMILY_LAST, "LEG_HIGH", false, false},
-                        {unknown_family, "LEG_HIGH", true, true, true},
-                        {DEV_FAMILY_LAST, "NOT_LEGACY", true, false},
-                        {DEV_FAMILY_LAST, "NO_VOLTAGE", true, false}};
-    const auto mgr = load();
-    for (const row& row : rows) {
+    } rows[] = {{DEV_FAMILY_LAST, "SHIP_A", false, true},
+                {DEV_FAMILY_LAST, "SHIP_B", false, false},
+                {DEV_FAMILY_LAST, "SHIP_B", true, true},
+                {high_family, "SHIP_B", false, true},
+                {unknown_family, "SHIP_A", false, false},
+                {DEV_FAMILY_LAST, "ship_a", true, false},
+                {DEV_FAMILY_LAST, "", true, false},
+                {DEV_FAMILY_LAST, "LEG_LOW", false, true, true},
+                {DEV_FAMILY_LAST, "LEG_HIGH", false, false},
+                {unknown_family, "LEG_HIGH", true, true, true},
+                {DEV_FAMILY_LAST, "NOT_LEGACY", true, false},
+                {DEV_FAMILY_LAST, "NO_VOLTAGE", true, false}};
+    ZORVA_QSPI_MGR mgr;
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.name + std::string(row.skip_filtering ? " of all" : ""));
-        mgr->set_active_device_family(row.family);
-        EXPECT_EQ(name_of(mgr->get_flash(row.name, row.skip_filtering)),
+        mgr.set_active_device_family(row.family);
+        EXPECT_EQ(name_of(mgr.get_flash(row.name, row.skip_filtering)),
                   row.found ? row.name : "none");
-        EXPECT_EQ(mgr->device_exist_in_db(row.name, row.skip_filtering), row.found);
-        EXPECT_EQ(mgr->device_is_legacy(row.name, row.skip_filtering), row.legacy);
+        EXPECT_EQ(mgr.device_exist_in_db(row.name, row.skip_filtering), row.found);
+        EXPECT_EQ(mgr.device_is_legacy(row.name, row.skip_filtering), row.legacy);
     }
-
     pgm_host::set_setting("pgm_zorva_skip_device_filtering", true);
-    EXPECT_FALSE(mgr->get_flash("SHIP_B", false)) << "the setting is read at construction";
-    const auto unfiltered = load();
-    EXPECT_TRUE(unfiltered->get_flash("SHIP_B", false));
-    EXPECT_TRUE(unfiltered->device_is_legacy("LEG_HIGH", false));
-    EXPECT_EQ(joined(unfiltered->get_new_config_device_list(plain_family, PGMIO_CONFIG_SCHEME_QSPI,
-                                                            false)),
+    EXPECT_FALSE(mgr.get_flash("SHIP_B", false)) << "the setting is read at construction";
+    ZORVA_QSPI_MGR unfiltered;
+    EXPECT_TRUE(unfiltered.get_flash("SHIP_B", false));
+    EXPECT_TRUE(unfiltered.device_is_legacy("LEG_HIGH", false));
+    EXPECT_EQ(joined(unfiltered.get_new_config_device_list(plain_family, PGMIO_CONFIG_SCHEME_QSPI,
+                                                           false)),
               "SHIP_A SHIP_B SHIP_ISSI");
 }
 
 TEST_F(ManagerTest, LookUpsByDensityAndIdTakeTheFirstInNameOrder) {
     write_installed("pgm_flash_a.xml", document(device({.name = "Z", .id = "0x20 0xBA 0x19"}) +
                                                 device({.name = "B", .id = "0x20 0xBA 25 7"})));
-    const auto mgr = load();
-    EXPECT_EQ(name_of(mgr->get_flash_with_density(16777216)), "B");
-    EXPECT_EQ(name_of(mgr->get_flash_with_density(33554432)), "SHIP_B");
-    EXPECT_EQ(name_of(mgr->get_flash_with_density(0)), "none");
-    struct row {
-        dword id;
-        dword mask;
-        std::string found;
-    };
-    const row rows[] = {
-        {0x19BA20, 0xFFFFFF, "B SHIP_B Z"}, {0x19BA20, 0xFFFFFFFF, "SHIP_B Z"},
-        {0x0719BA20, 0xFFFFFFFF, "B"},      {0xFF00FF20, 0xFF, "B SHIP_A SHIP_B Z"},
-        {0x19BA21, 0xFFFFFF, ""},           {0x123456, 0, "B SHIP_A SHIP_B SHIP_ISSI Z"}};
-    for (const row& row : rows) {
-        SCOPED_TRACE(row.found);
-        std::vector<std::string> found;
-        for (ZORVA_FLASH* flash : mgr->get_flash_list_with_id(row.id, row.mask))
+    ZORVA_QSPI_MGR mgr;
+    EXPECT_EQ(name_of(mgr.get_flash_with_density(16777216)), "B");
+    EXPECT_EQ(name_of(mgr.get_flash_with_density(33554432)), "SHIP_B");
+    EXPECT_EQ(name_of(mgr.get_flash_with_density(0)), "none");
+    EXPECT_EQ(name_of(mgr.get_flash_with_density((1ull << 32) + 33554432)), "none");
+    const auto expect_found = [&](dword id, dword mask, const std::string& expected) {
+        names found;
+        for (ZORVA_FLASH* flash : mgr.get_flash_list_with_id(id, mask))
             found.push_back(flash->get_name());
-        EXPECT_EQ(joined(found), row.found);
-        EXPECT_EQ(name_of(mgr->get_flash_with_id(row.id, row.mask)),
-                  found.empty() ? "none" : found.front());
+        EXPECT_EQ(joined(found), expected) << std::hex << id << " in " << mask;
+        EXPECT_EQ(name_of(mgr.get_flash_with_id(id, mask)), found.empty() ? "none" : found[0]);
+    };
+    expect_found(0x19BA20, 0xFFFFFF, "B SHIP_B Z");
+    expect_found(0x19BA20, 0xFFFFFFFF, "SHIP_B Z");
+    expect_found(0x0719BA20, 0xFFFFFFFF, "B");
+    expect_found(0xFF00FF20, 0xFF, "B SHIP_A SHIP_B Z");
+    expect_found(0x19BA21, 0xFFFFFF, "");
+    expect_found(0x123456, 0, "B SHIP_A SHIP_B SHIP_ISSI Z");
+    // They follow a record that changes.
+    ZORVA_FLASH* changed = mgr.get_flash("SHIP_A", false);
+    changed->set_parameter_value(ZORVA_FLASH_PARAM_ID, "0x42");
+    expect_found(0x42, 0xFF, "SHIP_A");
+    changed->set_parameter_value(ZORVA_FLASH_PARAM_ID, 0x43u);
+    expect_found(0x43, 0xFF, "SHIP_A");
+    changed->set_parameter_value(ZORVA_FLASH_PARAM_IO_VOLTAGE, high_voltage);
+    EXPECT_FALSE(mgr.get_flash("SHIP_A", false));
+    changed->set_parameter_value(ZORVA_FLASH_PARAM_IO_VOLTAGE, low_voltage);
+    EXPECT_TRUE(mgr.get_flash("SHIP_A", false));
+}
+
+// A miss also drops the record last handed out, which a check could ask.
+TEST_F(ManagerTest, ALookUpEndsThePlaceholderOfTheOneBefore) {
+    write_installed("pgm_flash_a.xml",
+                    document(device({.name = "A", .prog_flow_template = "ITS_OWN"})));
+    const struct {
+        const char* what;
+        std::function<ZORVA_FLASH*(ZORVA_MGR&)> call;
+        bool found = false;
+    } rows[] = {
+        {"name", [](auto& mgr) { return mgr.get_flash("missing", true); }},
+        {"hidden name", [](auto& mgr) { return mgr.get_flash("SHIP_B", false); }},
+        {"no name", [](auto& mgr) { return mgr.get_flash("", true); }},
+        {"density", [](auto& mgr) { return mgr.get_flash_with_density(1); }},
+        {"ID", [](auto& mgr) { return mgr.get_flash_with_id(0x77, 0xFF); }},
+        {"ID that is found", [](auto& mgr) { return mgr.get_flash_with_id(0x9D, 0xFF); }, true},
+        {"legacy name", [](auto& mgr) { return mgr.get_flash("LEG_TYRN", true); }, true},
+        {"new record", [](auto& mgr) { return mgr.create_flash("NEW"); }, true},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        ZORVA_QSPI_MGR mgr;
+        const lifetime made(*mgr.create_flash("LEG_LOW"));
+        const lifetime placeholder(*mgr.get_flash("LEG_LOW", true));
+        EXPECT_EQ(row.call(mgr) != nullptr, row.found);
+        EXPECT_TRUE(placeholder.is_over());
+        EXPECT_FALSE(made.is_over()) << "who owns a record decides, not its name";
+        const auto holds_a = [&] {
+            return mgr.is_parameter_valid(ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE, "ITS_OWN", nullptr);
+        };
+        ASSERT_TRUE(mgr.get_flash("A", true));
+        EXPECT_TRUE(holds_a());
+        row.call(mgr);
+        EXPECT_FALSE(holds_a());
     }
 }
 
-TEST_F(ManagerTest, AMissDropsTheRecordLastHandedOut) {
-    write_installed("pgm_flash_a.xml",
-                    document(device({.name = "A", .prog_flow_template = "ITS_OWN"})));
-    const auto mgr = load();
-    const auto holds_a = [&] {
-        return mgr->is_parameter_valid(ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE, "ITS_OWN", nullptr);
-    };
-    const auto expect_dropped_by = [&](const char* what, auto look_up) {
-        SCOPED_TRACE(what);
-        ASSERT_TRUE(mgr->get_flash("A", true));
-        EXPECT_TRUE(holds_a());
-        EXPECT_FALSE(look_up());
-        EXPECT_FALSE(holds_a());
-    };
-    expect_dropped_by("name", [&] { return mgr->get_flash("missing", true); });
-    expect_dropped_by("hidden name", [&] { return mgr->get_flash("SHIP_B", false); });
-    expect_dropped_by("no name", [&] { return mgr->get_flash("", true); });
-    expect_dropped_by("density", [&] { return mgr->get_flash_with_density(1); });
-    expect_dropped_by("ID", [&] { return mgr->get_flash_with_id(0x77, 0xFF); });
-}
-
-// Who owns a record decides whether a look-up drops it, not its name.
-TEST_F(ManagerTest, APlaceholderOfALegacyNameEndsNobodyElsesRecord) {
+// Scheme 13 doesn't count it as legacy, scheme 7 does.
+TEST_F(ManagerTest, AStoredDeviceCanHaveALegacyName) {
     write_installed("pgm_flash_a.xml", document(device({.name = "LEG_TYRN", .density = "64Mb"})));
-    const auto mgr = load();
-    ZORVA_FLASH* made = mgr->create_flash("LEG_LOW");
-    made->set_density("2Mb");
-    ZORVA_FLASH* made_after = mgr->create_flash("NEW");
-
-    // Scheme 13 doesn't count it as legacy, scheme 7 does.
-    ZORVA_FLASH* stored = mgr->get_flash("LEG_TYRN", false);
+    ZORVA_QSPI_MGR mgr;
+    ZORVA_FLASH* stored = mgr.get_flash("LEG_TYRN", false);
+    const lifetime end(*stored);
     EXPECT_EQ(stored->get_density(), "64Mb");
-    mgr->set_active_config_mode(PGMIO_CONFIG_SCHEME_QSPI);
+    mgr.set_active_config_mode(PGMIO_CONFIG_SCHEME_QSPI);
     for (const bool skip_filtering : {false, true}) {
-        ZORVA_FLASH* placeholder = mgr->get_flash("LEG_TYRN", skip_filtering);
+        ZORVA_FLASH* placeholder = mgr.get_flash("LEG_TYRN", skip_filtering);
         EXPECT_EQ(placeholder->get_name(), "LEG_TYRN");
         EXPECT_EQ(placeholder->get_density(), "");
         EXPECT_TRUE(placeholder->get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL)->empty());
     }
-    mgr->set_active_config_mode(PGMIO_CONFIG_SCHEME_QSPI_SDM);
-    EXPECT_EQ(mgr->get_flash("LEG_TYRN", false), stored);
-    EXPECT_EQ(stored->get_density(), "64Mb");
-    EXPECT_FALSE(mgr->get_flash("missing", true));
-    EXPECT_EQ(made->get_density(), "2Mb");
-    EXPECT_EQ(made_after->get_name(), "NEW");
-    EXPECT_EQ(mgr->get_flash("LEG_LOW", false)->get_density(), "");
-    EXPECT_EQ(joined(device_names(*mgr)), "LEG_TYRN SHIP_A SHIP_B SHIP_ISSI");
+    mgr.set_active_config_mode(PGMIO_CONFIG_SCHEME_QSPI_SDM);
+    EXPECT_EQ(mgr.get_flash("LEG_TYRN", false), stored);
+    EXPECT_FALSE(end.is_over());
+    EXPECT_EQ(joined(device_names(mgr)), "LEG_TYRN SHIP_A SHIP_B SHIP_ISSI");
 }
 
 TEST_F(ManagerTest, DevicesAreListedByVoltageVendorAndScheme) {
@@ -205,33 +205,29 @@ TEST_F(ManagerTest, DevicesAreListedByVoltageVendorAndScheme) {
                                {"G", "HIGH", true, 5, high_voltage},
                                {"G", "TWICE", true, 6, high_voltage},
                                {"G", "TWICE", true, 7, low_voltage}});
-    struct row {
-        int family;
-        int scheme;
-        bool skip_filtering;
-        std::string new_devices;
-        std::string legacy_devices;
-    };
     const std::string with_issi = "SHIP_A SHIP_ISSI longer none upper";
     const std::string all_new = "SHIP_A SHIP_B SHIP_ISSI longer none upper";
-    const std::string all_legacy = "HIGH TWICE TYR TYRN a_tyrn xTYRNx";
-    const row rows[] = {
+    const struct {
+        int family, scheme;
+        bool skip_filtering;
+        std::string new_devices, legacy_devices;
+    } rows[] = {
         {28, 7, false, with_issi, "TWICE TYR TYRN a_tyrn xTYRNx"},
         {23, 13, false, with_issi, "TWICE TYR a_tyrn"},
         {73, 13, false, "SHIP_A longer none", "TWICE TYR a_tyrn"},
         {73, 23, false, "SHIP_A longer none", ""},
         {3, 13, false, "SHIP_B", "HIGH"},
         {70, 7, false, "", ""},
-        {70, 0, true, all_new, all_legacy},
+        {70, 0, true, all_new, "HIGH TWICE TYR TYRN a_tyrn xTYRNx"},
     };
-    const auto mgr = load();
-    for (const row& row : rows) {
+    ZORVA_QSPI_MGR mgr;
+    for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << "family " << row.family << " scheme " << row.scheme);
         const auto family = number<DEV_FAMILY_ENUM>(row.family);
         const auto scheme = number<PGMIO_CONFIG_SCHEME>(row.scheme);
-        EXPECT_EQ(joined(mgr->get_new_config_device_list(family, scheme, row.skip_filtering)),
+        EXPECT_EQ(joined(mgr.get_new_config_device_list(family, scheme, row.skip_filtering)),
                   row.new_devices);
-        EXPECT_EQ(joined(mgr->get_legacy_config_device_list(family, scheme, row.skip_filtering)),
+        EXPECT_EQ(joined(mgr.get_legacy_config_device_list(family, scheme, row.skip_filtering)),
                   row.legacy_devices);
     }
 }
@@ -240,52 +236,30 @@ TEST_F(ManagerTest, DevicesAreListedByVoltageVendorAndScheme) {
 // characters compare, so where a device can go first it jumps over those that it has no order
 // with, and elsewhere it is stopped by them.
 TEST_F(ManagerTest, LegacyDevicesAreSortedByInsertion) {
-    struct device_row {
-        const char* group;
-        std::string name;
-        dword order;
-    };
-    struct row {
+    const struct {
         const char* what;
-        std::vector<device_row> table;
-        std::string expected;
-    };
-    row rows[] = {
-        {"within a group",
-         {{"G", "CFG_A", 3}, {"G", "CFG_B", 1}, {"G", "CFG_C", 2}},
-         "CFG_B CFG_C CFG_A"},
-        {"equal numbers",
-         {{"G", "CFG_A", 1}, {"G", "CFG_C", 0}, {"G", "CFG_B", 1}},
-         "CFG_C CFG_A CFG_B"},
-        {"a large number", {{"G", "CFG_A", 0x80000000}, {"G", "CFG_B", 1}}, "CFG_B CFG_A"},
-        {"over another group to the front",
-         {{"G", "CFG_A", 3}, {"H", "CFG_B", 1}, {"G", "CFG_C", 2}},
-         "CFG_C CFG_A CFG_B"},
-        {"stopped by another group",
-         {{"G", "AAAA", 9}, {"G", "CFG_A", 3}, {"H", "CFG_B", 1}, {"G", "CFG_C", 2}},
-         "AAAA CFG_A CFG_B CFG_C"},
-        {"past one neighbour and no further",
-         {{"G", "AAAA", 9}, {"G", "CFG_A", 1}, {"G", "CFG_B", 3}, {"G", "CFG_C", 2}},
-         "AAAA CFG_A CFG_C CFG_B"},
-        {"other prefixes, short ones too",
-         {{"G", "AB", 9}, {"G", "ABC", 5}, {"G", "ABCD1", 3}, {"G", "ABCD2", 2}, {"G", "ABCE", 1}},
+        const char* table;  // group, name and number of each
+        const char* expected;
+    } rows[] = {
+        {"within a group", "G CFG_A 3 G CFG_B 1 G CFG_C 2", "CFG_B CFG_C CFG_A"},
+        {"equal numbers", "G CFG_A 1 G CFG_C 0 G CFG_B 1", "CFG_C CFG_A CFG_B"},
+        {"a large number", "G CFG_A 2147483648 G CFG_B 1", "CFG_B CFG_A"},
+        {"to the front", "G CFG_A 3 H CFG_B 1 G CFG_C 2", "CFG_C CFG_A CFG_B"},
+        {"stopped", "G AAAA 9 G CFG_A 3 H CFG_B 1 G CFG_C 2", "AAAA CFG_A CFG_B CFG_C"},
+        {"past one", "G AAAA 9 G CFG_A 1 G CFG_B 3 G CFG_C 2", "AAAA CFG_A CFG_C CFG_B"},
+        {"other prefixes", "G AB 9 G ABC 5 G ABCD1 3 G ABCD2 2 G ABCE 1",
          "AB ABC ABCD2 ABCD1 ABCE"},
-        {"a long list", {{"G", "CFG_0000", 3}}, "CFG_9999 CFG_0000"},
     };
-    row& long_list = rows[std::size(rows) - 1];
-    for (int i = 1001; i <= 1100; ++i) {
-        long_list.table.push_back({"H", "CFG_" + std::to_string(i), 7});
-        long_list.expected += " " + long_list.table.back().name;
-    }
-    long_list.table.push_back({"G", "CFG_9999", 2});
-
-    for (const row& row : rows) {
+    for (const auto& row : rows) {
         std::vector<PGMDEV_SFL_FLASH_INFO> table;
-        for (const device_row& device : row.table)
-            table.push_back({device.group, device.name, true, device.order, low_voltage});
+        std::istringstream text(row.table);
+        std::string group;
+        std::string name;
+        for (dword order = 0; text >> group >> name >> order;)
+            table.push_back({group, name, true, order, low_voltage});
         pgm_host::set_flash_table(table);
-        EXPECT_EQ(joined(load()->get_legacy_config_device_list(unknown_family,
-                                                               PGMIO_CONFIG_SCHEME_QSPI, true)),
+        EXPECT_EQ(joined(ZORVA_QSPI_MGR().get_legacy_config_device_list(
+                      unknown_family, PGMIO_CONFIG_SCHEME_QSPI, true)),
                   row.expected)
             << row.what;
     }
@@ -295,55 +269,50 @@ TEST_F(ManagerTest, TemplatesAreTheGoldenOnesAndThenTheUsers) {
     write_installed("pgm_flash_a.xml",
                     document(user_template("Zeta") +
                              user_template("Alpha", flows("", action(ZORVA_ACT_TYPE_ERASE)))));
-    const auto mgr = load();
-    EXPECT_EQ(joined(mgr->get_user_template_list()), "Alpha Zeta");
-    EXPECT_EQ(joined(mgr->get_prog_flow_template_list()),
+    ZORVA_QSPI_MGR mgr;
+    EXPECT_EQ(joined(mgr.get_user_template_list()), "Alpha Zeta");
+    EXPECT_EQ(joined(mgr.get_prog_flow_template_list()),
               "Micron Macronix Cypress Winbond Issi Alpha Zeta");
-    const auto other_flow = number<ZORVA_PROG_FLOW_TYPE>(7);
-    for (int i = -1; i <= 5; ++i) {
-        const std::vector<ZORVA_OPERATION*>* list = nullptr;
-        const auto ask = [&](ZORVA_PROG_FLOW_TYPE flow) {
-            return internal_error_of([&] {
-                list = mgr->get_prog_flow_template_operation_list(
-                    number<ZORVA_PROG_FLOW_TEMPLATE>(i), flow);
-            });
-        };
-        const bool known = i >= 0 && i < 5;
-        EXPECT_EQ(ask(ZORVA_PROG_FLOW_TYPE_SFL), known ? "" : "Unknown programming flow template");
-        if (!known) continue;
-        const auto* sfl = list;
-        EXPECT_EQ(ask(other_flow), "");
-        EXPECT_EQ(list, sfl);
-        EXPECT_EQ(ask(ZORVA_PROG_FLOW_TYPE_SDM), "");
-        EXPECT_NE(list, sfl);
-        EXPECT_EQ(list->size(), 5u);
-    }
-    std::string alpha = "Alpha";
-    const auto program = [&](ZORVA_PROG_FLOW_TYPE flow) {
-        return *mgr->get_user_template_operation_list(alpha, flow)->at(1)->get_action_list();
+    const auto golden = [&](int vendor, int flow) {
+        return mgr.get_prog_flow_template_operation_list(number<ZORVA_PROG_FLOW_TEMPLATE>(vendor),
+                                                         number<ZORVA_PROG_FLOW_TYPE>(flow));
     };
-    EXPECT_TRUE(program(other_flow).empty());
-    EXPECT_EQ(program(ZORVA_PROG_FLOW_TYPE_SDM).at(0)->get_action_type(), ZORVA_ACT_TYPE_ERASE);
-    alpha = "Miss%d";
-    EXPECT_EQ(internal_error_of([&] { program(other_flow); }), "Unknown user template Miss%d");
+    std::set<const void*> lists;
+    for (int vendor = 0; vendor < 5; ++vendor) {
+        lists.insert({golden(vendor, 0), golden(vendor, 1)});
+        EXPECT_EQ(golden(vendor, 7), golden(vendor, 0));
+        EXPECT_EQ(golden(vendor, 1)->size(), 5u);
+    }
+    EXPECT_EQ(lists.size(), 10u);
+    for (const int unknown : {-1, 5})
+        EXPECT_EQ(internal_error_of([&] { golden(unknown, 0); }),
+                  "Unknown programming flow template");
+    const auto program = [&](std::string name, int flow) {
+        return *mgr.get_user_template_operation_list(name, number<ZORVA_PROG_FLOW_TYPE>(flow))
+                    ->at(1)
+                    ->get_action_list();
+    };
+    EXPECT_TRUE(program("Alpha", 7).empty());
+    EXPECT_EQ(program("Alpha", 1).at(0)->get_action_type(), ZORVA_ACT_TYPE_ERASE);
+    EXPECT_EQ(internal_error_of([&] { program("Miss%d", 0); }), "Unknown user template Miss%d");
 }
 
 TEST_F(ManagerTest, FlowsAreEditableOfNewAndOfRemovableDevicesWithoutSdm) {
     write_custom("pgm_flash_a.xml", document(devices("MINE")));
-    const auto mgr = load();
+    ZORVA_QSPI_MGR mgr;
     // Of nobody's record, a stored one of the user, a shipped, a new and a legacy one.
     const auto permissions = [&] {
-        std::vector<bool> given{mgr->get_operation_editable_permission(nullptr)};
+        std::vector<bool> given{mgr.get_operation_editable_permission(nullptr)};
         for (const char* name : {"MINE", "SHIP_A", "NEW", "LEG_LOW"}) {
-            ZORVA_FLASH* flash = mgr->get_flash(name, true);
-            if (!flash) flash = mgr->create_flash(name);
-            given.push_back(mgr->get_operation_editable_permission(flash));
+            ZORVA_FLASH* flash = mgr.get_flash(name, true);
+            given.push_back(
+                mgr.get_operation_editable_permission(flash ? flash : mgr.create_flash(name)));
         }
         return given;
     };
-    mgr->set_active_device_family(plain_family);
+    mgr.set_active_device_family(plain_family);
     EXPECT_EQ(permissions(), (std::vector{true, true, false, true, false}));
-    mgr->set_active_device_family(DEV_FAMILY_LAST);
+    mgr.set_active_device_family(DEV_FAMILY_LAST);
     EXPECT_EQ(permissions(), std::vector<bool>(5, false));
     pgm_host::set_setting("pgm_zorva_enable_operation_editable", true);
     EXPECT_EQ(permissions(), std::vector<bool>(5, true));

@@ -2,7 +2,6 @@
 #include "pgm/zorva/zorva_helper.h"
 #include "pgm/zorva/zorva_sdmmc_flash.h"
 #include "pgm/zorva/zorva_sdmmc_mgr.h"
-#include "services/file.h"
 #include "tests/test_support.h"
 
 #include <filesystem>
@@ -72,15 +71,21 @@ TEST_F(SdmmcTest, AnswersWithItsListsAndRefusesWhatItHasNot) {
               "CARD_A CARD_B");
     EXPECT_FALSE(mgr->get_flash("CARD_A", false));
     EXPECT_TRUE(mgr->get_flash("CARD_A", true));
-    EXPECT_EQ(internal_error_of([&] { mgr->get_flash_with_id(0, 0); }),
-              "Unsupported function: get_flash_with_id");
-    EXPECT_EQ(internal_error_of([&] { mgr->create_action(ZORVA_ACT_TYPE_ERASE); }),
-              "Unsupported function: create_action");
-    EXPECT_EQ(internal_error_of([&] { mgr->create_operation(ZORVA_OP_TYPE_ERASE); }),
-              "Unsupported function: create_operation");
-    EXPECT_EQ(
-        internal_error_of([&] { mgr->is_parameter_valid(ZORVA_FLASH_PARAM_ID, "1", nullptr); }),
-        "Unknown flash parameter: 1");
+    // A card is found by all of its size, and by the voltage that it has now.
+    EXPECT_EQ(mgr->get_flash_with_density(8ull << 30)->get_name(), "CARD_A");
+    EXPECT_EQ(mgr->get_flash_with_density(1ull << 30)->get_name(), "CARD_B");
+    EXPECT_FALSE(mgr->get_flash_with_density(5ull << 30)) << "the same in 32 bits";
+    mgr->get_flash("CARD_A", true)->set_parameter_value(ZORVA_FLASH_PARAM_IO_VOLTAGE, high_voltage);
+    EXPECT_TRUE(mgr->get_flash("CARD_A", false));
+    const std::pair<const char*, std::function<void()>> rows[] = {
+        {"Unsupported function: get_flash_with_id", [&] { mgr->get_flash_with_id(0, 0); }},
+        {"Unsupported function: create_action", [&] { mgr->create_action(ZORVA_ACT_TYPE_ERASE); }},
+        {"Unsupported function: create_operation",
+         [&] { mgr->create_operation(ZORVA_OP_TYPE_ERASE); }},
+        {"Unknown flash parameter: 1",
+         [&] { mgr->is_parameter_valid(ZORVA_FLASH_PARAM_ID, "1", nullptr); }},
+    };
+    for (const auto& [text, call] : rows) EXPECT_EQ(internal_error_of(call), text);
 }
 
 TEST_F(SdmmcTest, ARecordHoldsAVoltageADensityAndTheSdmFlow) {
@@ -88,6 +93,8 @@ TEST_F(SdmmcTest, ARecordHoldsAVoltageADensityAndTheSdmFlow) {
     flash.set_density("512GB");
     EXPECT_EQ(flash.get_generic_name(), "SDMMC_512GB");
     EXPECT_EQ(flash.get_density_in_bytes_qword(), 512ull << 30);
+    flash.set_density("1GB");
+    EXPECT_EQ(flash.get_generic_name(), "SDMMC_1GB");
     flash.set_density("");
     EXPECT_EQ(flash.get_generic_name(), "SDMMC_0MB");
     EXPECT_EQ(flash.get_parameter_value_in_dword(ZORVA_FLASH_PARAM_TOTAL_DIE, nullptr), 1u);
@@ -98,53 +105,35 @@ TEST_F(SdmmcTest, ARecordHoldsAVoltageADensityAndTheSdmFlow) {
               "Unknown flash parameter: 1");
 }
 
-TEST_F(SdmmcTest, ABadDeviceEndsItsFileAndAForeignFileIsPassedOver) {
-    write_custom("pgm_flash_a.xml",
-                 cards(card("GOOD") + card("BAD", "3GB", "5V") + card("BEHIND")));
-    write_custom("pgm_flash_b.xml", cards(card("CARD_A", "2GB")));
-    write_custom("pgm_flash_c.xml", document(devices("QSPI_DEVICE")));
-    const auto mgr = load();
-    EXPECT_EQ(joined(device_names(*mgr)), "CARD_A CARD_B GOOD");
-    EXPECT_EQ(mgr->get_flash("CARD_A", true)->get_density(), "2GB");
-    EXPECT_EQ(joined(posted_ids()), "20476 20478");
-    EXPECT_NE(m_traces.back().find("Skip pgm_flash_c.xml due to parsing error: "),
-              std::string::npos);
-    EXPECT_EQ(joined(device_names(*std::make_unique<ZORVA_QSPI_MGR>())),
-              "QSPI_DEVICE SHIP_A SHIP_B SHIP_ISSI");
-}
-
-TEST_F(SdmmcTest, AShippedFileThatCantBeTakenIsAnInternalError) {
-    struct row {
-        std::string bytes;
-        std::string text;
-    };
-    const std::string name = "<DEVICE_NAME>A</DEVICE_NAME>";
-    const row rows[] = {
-        {"<SDMMC_FLASH>", "*object != 0"},
+TEST_F(SdmmcTest, FilesAreJudgedAndAShippedOneHasToBeGood) {
+    const std::string bad = cards(card("BAD", "3GB", "5V") + card("GOOD"));
+    const ZORVA_LOAD_REPORT report = ZORVA_SDMMC_MGR::judge_files({write_custom("a.xml", bad)});
+    EXPECT_EQ(report.at(0).definitions.at(0).findings.size(), 2u);
+    EXPECT_EQ(report[0].definitions.at(1).state, ZORVA_DEFINITION_STATE::IN_FORCE);
+    write_custom("pgm_flash_a.xml", cards(card("FIRST") + card("BAD", "3GB") + card("BEHIND")));
+    write_custom("pgm_flash_b.xml", document(devices("QSPI_DEVICE")));
+    EXPECT_EQ(joined(device_names(*load())), "CARD_A CARD_B FIRST");
+    EXPECT_EQ(joined(posted_ids()), "20478");
+    const std::pair<std::string, std::string> rows[] = {
         {document(devices("A")), "*object != 0"},
-        {cards(card("A", "3GB")), "status"},
+        {bad, "status"},
         {cards(card("A") + card("A")), "status"},
-        {replaced(cards(card("A")), name, ""), "status"},
+        {replaced(cards(card("A")), "<DEVICE_NAME>A</DEVICE_NAME>", ""), "status"},
         {cards("<FLASH/>"), "flash_element->get_child_count(PGM_COMMON_XML_ENUM_DEVICE_INFO) == 1"},
     };
-    for (const row& row : rows) {
-        SCOPED_TRACE(row.bytes);
-        write_installed("pgm_flash_db_sdmmc.xml", row.bytes);
-        EXPECT_EQ(internal_error_of(load), row.text);
+    for (const auto& [bytes, text] : rows) {
+        write_installed("pgm_flash_db_sdmmc.xml", bytes);
+        EXPECT_EQ(internal_error_of(load), text) << bytes;
     }
-    const std::string file = m_xml_dir + "pgm_flash_db_sdmmc.xml";
-    std::filesystem::remove(file);
-    EXPECT_EQ(internal_error_of(load), file + " not found.");
-    write_installed("pgm_flash_db_sdmmc.xml", cards(""));
-    EXPECT_EQ(joined(device_names(*load())), "") << "an empty database gives an empty list";
 }
 
 TEST_F(SdmmcTest, StoresReplacesAndDeletesBesideTheOtherInterface) {
     auto mgr = load();
-    const auto store = [&](const std::string& name, const std::string& density) {
+    const auto store = [&](const std::string& name, const std::string& density,
+                           const std::string& io_voltage = low_voltage) {
         ZORVA_FLASH* flash = mgr->create_flash(name);
         flash->set_density(density);
-        flash->set_parameter_value(ZORVA_FLASH_PARAM_IO_VOLTAGE, low_voltage);
+        flash->set_parameter_value(ZORVA_FLASH_PARAM_IO_VOLTAGE, io_voltage);
         return mgr->update_db(flash, m_custom_dir);
     };
     const std::string foreign = write_custom("pgm_flash_TAKEN.xml", document(devices("TAKEN")));
@@ -156,6 +145,9 @@ TEST_F(SdmmcTest, StoresReplacesAndDeletesBesideTheOtherInterface) {
     EXPECT_EQ(joined(posted_ids()), "20560");
     EXPECT_EQ(internal_error_of([&] { store("ODD", "5GB"); }),
               "device_density_is_valid(flash->get_density(), &err_msg)");
+    EXPECT_EQ(internal_error_of([&] { store("ODD", "4GB", high_voltage); }),
+              "device_io_voltage_is_valid(flash->get_parameter_value("
+              "ZORVA_FLASH_PARAM_IO_VOLTAGE), &err_msg)");
     mgr = load();
     EXPECT_EQ(joined(device_names(*mgr)), "CARD_A CARD_B MINE");
     EXPECT_EQ(mgr->get_flash("MINE", true)->get_density(), "16GB");
@@ -166,7 +158,7 @@ TEST_F(SdmmcTest, StoresReplacesAndDeletesBesideTheOtherInterface) {
     EXPECT_EQ(mgr->get_flash("CARD_A", true)->get_density(), "8GB");
     EXPECT_EQ(joined(device_names(*std::make_unique<ZORVA_QSPI_MGR>())),
               "SHIP_A SHIP_B SHIP_ISSI TAKEN");
-    EXPECT_TRUE(FIO_FILE_SYSTEM::exists(foreign));
+    EXPECT_TRUE(std::filesystem::exists(foreign));
 }
 
 // What "the QSPI manager's place" is in the registry's list.
@@ -211,15 +203,6 @@ TEST_F(SdmmcTest, TheActiveFamilyOutlivesTheManagerThatServedIt) {
     EXPECT_FALSE(ZORVA_HELPER::get_flash_manager(PGMIO_CONFIG_SCHEME_SDMMC, false));
     EXPECT_FALSE(ZORVA_HELPER::set_active_flash_family(DEV_FAMILY_SDMMC_FLASH));
     EXPECT_TRUE(ZORVA_HELPER::set_active_flash_family(DEV_FAMILY_QSPI_FLASH));
-}
-
-TEST_F(SdmmcTest, FilesAreJudgedByThemselves) {
-    const std::string file =
-        write_custom("pgm_flash_a.xml", cards(card("BAD", "3GB", "5V") + card("GOOD")));
-    const ZORVA_LOAD_REPORT report = ZORVA_SDMMC_MGR::judge_files({file});
-    ASSERT_EQ(report.at(0).definitions.size(), 2u);
-    EXPECT_EQ(report[0].definitions[0].findings.size(), 2u);
-    EXPECT_EQ(report[0].definitions[1].state, ZORVA_DEFINITION_STATE::IN_FORCE);
 }
 
 }  // namespace

@@ -3,12 +3,17 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <regex>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -36,6 +41,14 @@ ZORVA_FLASH* new_record(ZORVA_MGR& mgr, const std::string& name, const std::stri
 
 namespace {
 
+// Tells of its end.
+struct mourned_operation : ZORVA_QSPI_OPERATION {
+    explicit mourned_operation(std::shared_ptr<bool> end)
+        : ZORVA_QSPI_OPERATION(ZORVA_OP_TYPE_TERMINATION), is_over(std::move(end)) {}
+    ~mourned_operation() override { *is_over = true; }
+    std::shared_ptr<bool> is_over;
+};
+
 std::string text_of(const std::vector<ZORVA_OPERATION*>& flow) {
     std::string text;
     for (ZORVA_OPERATION* operation : flow) {
@@ -60,6 +73,10 @@ std::string text_of(ZORVA_FLASH& flash) {
 }
 
 }  // namespace
+
+lifetime::lifetime(ZORVA_FLASH& of) {
+    of.add_operation_into_list(new mourned_operation(m_is_over), ZORVA_PROG_FLOW_TYPE_SDM);
+}
 
 texts answers(ZORVA_MGR& mgr) {
     texts all;
@@ -86,6 +103,8 @@ names neither_of(const texts& now, const texts& a, const texts& b) {
             lost.push_back(key);
     return lost;
 }
+
+names changed(const texts& before, const texts& now) { return neither_of(now, before, before); }
 
 std::string bytes_of(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
@@ -117,62 +136,66 @@ std::multiset<std::string> definitions_in(const std::string& directory) {
     return definitions;
 }
 
+namespace {
+
+bool add_several(ZORVA_MGR& mgr, const std::string& directory) {
+    using enum ZORVA_DEFINITION_KIND;
+    constexpr auto is_new = ZORVA_BASIS::NEW;
+    return mgr.store_definitions({{DEVICE, new_record(mgr, "X"), is_new},
+                                  {TEMPLATE, new_record(mgr, "", "0x77", "T"), is_new},
+                                  {DEVICE, new_record(mgr, "Y"), is_new}},
+                                 directory);
+}
+
+}  // namespace
+
 const std::vector<change_case>& change_cases() {
-    const auto update = [](ZORVA_MGR& mgr, const std::string& directory) {
-        return mgr.update_db(new_record(mgr, "X"), directory);
+    const auto update_with = [](const char* template_name) {
+        return [=](ZORVA_MGR& mgr, const std::string& directory) {
+            return mgr.update_db(new_record(mgr, "X", "0x77", template_name), directory);
+        };
     };
-    const auto update_with_template = [](ZORVA_MGR& mgr, const std::string& directory) {
-        return mgr.update_db(new_record(mgr, "X", "0x77", "T"), directory);
-    };
-    const auto delete_device = [](ZORVA_MGR& mgr, const std::string& directory) {
-        return mgr.delete_db("X", directory);
-    };
-    const auto delete_t = [](ZORVA_MGR& mgr, const std::string& directory) {
-        return mgr.delete_db("T", directory);
+    const auto update = update_with("");
+    const auto update_and_template = update_with("T");
+    const auto remove = [](const char* name) {
+        return [=](ZORVA_MGR& mgr, const std::string& in) { return mgr.delete_db(name, in); };
     };
     const auto delete_template = [](ZORVA_MGR& mgr, const std::string&) {
         return mgr.delete_template("T");
+    };
+    const auto files = [](texts all) {
+        for (auto& [name, bytes] : all) bytes = document(bytes);
+        return all;
     };
     const std::string x = device({.name = "X"});
     const std::string t = user_template("T");
     const std::string some = device({.name = "A"}) + user_template("S");
     const std::string more = device({.name = "B"}) + user_template("R");
     const char* const own = "pgm_flash_X.xml";
-    const char* const in_front = "pgm_flash_1.xml";
-    const char* const behind = "pgm_flash_z.xml";
+    const char* const first = "pgm_flash_1.xml";
+    const char* const last = "pgm_flash_z.xml";
     const char* const own_of_t = "pgm_flash_template_T.xml";
-    const auto files = [](texts all) {
-        for (auto& [name, bytes] : all) bytes = document(bytes);
-        return all;
-    };
-    const auto add_several = [](ZORVA_MGR& mgr, const std::string& directory) {
-        using enum ZORVA_DEFINITION_KIND;
-        constexpr auto is_new = ZORVA_BASIS::NEW;
-        return mgr.store_definitions({{DEVICE, new_record(mgr, "X"), is_new},
-                                      {TEMPLATE, new_record(mgr, "", "0x77", "T"), is_new},
-                                      {DEVICE, new_record(mgr, "Y"), is_new}},
-                                     directory);
-    };
     static const std::vector<change_case> cases = {
         {"add several", {{"pgm_flash_Y.xml", ""}}, add_several, false, true},
-        {"add", files({{in_front, some}}), update},
+        {"add", files({{first, some}}), update},
+        {"add in an empty file", {{own, ""}}, update},
         {"add beside others", files({{own, some}}), update},
         {"replace", files({{own, x}}), update},
         {"replace beside others", files({{own, some + x}}), update},
-        {"replace out of a file in front", files({{in_front, x + some}}), update},
-        {"replace out of a file behind", files({{behind, some + x}}), update},
-        {"replace the only one of a file", files({{in_front, x}}), update},
-        {"replace out of a file, beside others", files({{own, some}, {behind, more + x}}), update},
-        {"add with a template", files({{in_front, some}}), update_with_template, true},
+        {"replace out of a file in front", files({{first, x + some}}), update},
+        {"replace out of a file behind", files({{last, some + x}}), update},
+        {"replace the only one of a file", files({{first, x}}), update},
+        {"replace out of a file, beside others", files({{own, some}, {last, more + x}}), update},
+        {"add with a template", files({{first, some}}), update_and_template, true},
         {"add with a template, beside others", files({{own, some}, {own_of_t, more}}),
-         update_with_template, true},
-        {"replace with a template", files({{behind, some + x}}), update_with_template, true},
-        {"delete", files({{own, x}, {in_front, some}}), delete_device},
-        {"delete beside others", files({{behind, some + x + more}}), delete_device},
-        {"delete a template by name", files({{own_of_t, t}, {in_front, some}}), delete_t},
-        {"delete a template by name, beside others", files({{behind, t + some}}), delete_t},
-        {"delete a template", files({{own_of_t, t}, {in_front, some}}), delete_template},
-        {"delete a template beside others", files({{behind, more + t + some}}), delete_template},
+         update_and_template, true},
+        {"replace with a template", files({{last, some + x}}), update_and_template, true},
+        {"delete", files({{own, x}, {first, some}}), remove("X")},
+        {"delete beside others", files({{last, some + x + more}}), remove("X")},
+        {"delete a template by name", files({{own_of_t, t}, {first, some}}), remove("T")},
+        {"delete a template by name, beside others", files({{last, t + some}}), remove("T")},
+        {"delete a template", files({{own_of_t, t}, {first, some}}), delete_template},
+        {"delete a template beside others", files({{last, more + t + some}}), delete_template},
     };
     return cases;
 }
@@ -182,28 +205,70 @@ texts StoreTest::loaded() {
     return answers(mgr);
 }
 
+bool StoreTest::run(ZORVA_MGR& mgr, const std::string& change) const {
+    const std::size_t verb_end = change.find(' ');
+    const std::string verb = change.substr(0, verb_end);
+    const std::size_t place = change.find(" in installation");
+    const std::string& directory = place == std::string::npos ? m_custom_dir : m_xml_dir;
+    const std::string name = change.substr(verb_end + 1, place - std::min(place, verb_end + 1));
+    if (verb == "store") return mgr.update_db(new_record(mgr, name), directory);
+    if (verb == "delete") return mgr.delete_db(name, directory);
+    if (verb == "add") return mgr.update_template_db(new_record(mgr, "", "0x77", name), directory);
+    if (verb == "drop") return mgr.delete_template(name);
+    throw std::logic_error("no change: " + change);
+}
+
+std::string StoreTest::without_root(std::string text) const {
+    for (std::size_t at = 0; (at = text.find(m_root, at)) != std::string::npos;)
+        text.erase(at, m_root.size());
+    return text;
+}
+
 bool hasty_disk::write(const std::string& path, std::string_view bytes) {
     write_file(path, std::string(bytes));
     return true;
 }
 
+std::string troubled_disk::steps() const {
+    static const std::regex frame(R"(\.zorva_2_|pgm_flash_|\.xml| $)");
+    std::string steps;
+    std::string last;
+    for (const std::string& call : m_calls) {
+        if (call.starts_with("exists") || call.starts_with("read") || call.starts_with("list"))
+            continue;
+        if (call != last) steps += (last.empty() ? "" : ", ") + std::regex_replace(call, frame, "");
+        last = call;
+    }
+    return steps;
+}
+
+bool troubled_disk::chmod(const std::string& path, int mode) {
+    std::ostringstream what;
+    what << "chmod " << std::oct << mode;
+    return pass(what.str(), path, [&] { return hasty_disk::chmod(path, mode); });
+}
+
+bool troubled_disk::write(const std::string& path, std::string_view bytes) {
+    const bool here = m_calls.size() + 1 == m_call;
+    if (here) hasty_disk::write(path, bytes.substr(0, bytes.size() / 2));
+    if (here && m_what == trouble::ends_halfway) ::_exit(ended);
+    return pass("write", path, [&] { return hasty_disk::write(path, bytes); });
+}
+
 namespace {
 
+// What the process gets through `gate` lets it start.
 pid_t start(const std::function<int()>& job, int gate) {
     const pid_t child = ::fork();
     if (child != 0) return child;
     char byte = 0;
-    if (gate >= 0 && ::read(gate, &byte, 1) < 0) ::_exit(3);
+    if (::read(gate, &byte, 1) < 0) ::_exit(3);
     try {
         ::_exit(job());
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
     }
     ::_exit(2);
-}
-
-std::function<int()> coded(const std::function<bool()>& job) {
-    return [job] { return job() ? 0 : 1; };
 }
 
 int exit_code(pid_t child) {
@@ -213,8 +278,6 @@ int exit_code(pid_t child) {
 }
 
 }  // namespace
-
-int in_child(const std::function<bool()>& job) { return exit_code(start(coded(job), -1)); }
 
 std::vector<int> all_at_once(const std::vector<std::function<int()>>& jobs) {
     int gate[2];  // nothing comes out of it until all jobs wait at it
@@ -230,6 +293,6 @@ std::vector<int> all_at_once(const std::vector<std::function<int()>>& jobs) {
     return codes;
 }
 
-bool at_once(const std::function<bool()>& a, const std::function<bool()>& b) {
-    return all_at_once({coded(a), coded(b)}) == std::vector<int>{0, 0};
+int in_child(const std::function<bool()>& job) {
+    return all_at_once({[&] { return job() ? 0 : 1; }}).at(0);
 }

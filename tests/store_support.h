@@ -3,6 +3,7 @@
 #pragma once
 
 #include "pgm/zorva/zorva_qspi_mgr.h"
+#include "pgm/zorva/zorva_qspi_operation.h"
 #include "services/host.h"
 #include "tests/test_support.h"
 
@@ -11,6 +12,7 @@
 #include <cstddef>
 #include <functional>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <string_view>
@@ -26,10 +28,22 @@ using ids = std::vector<unsigned>;
 ZORVA_FLASH* new_record(ZORVA_MGR& mgr, const std::string& name, const std::string& id = "0x77",
                         const std::string& template_name = "");
 
+// Whether a record still lives, told by an operation that goes with it.
+class lifetime {
+  public:
+    explicit lifetime(ZORVA_FLASH& of);
+    bool is_over() const { return *m_is_over; }
+
+  private:
+    std::shared_ptr<bool> m_is_over = std::make_shared<bool>(false);
+};
+
 // What a manager answers: "device A" and "template A" to all that it knows of them.
 texts answers(ZORVA_MGR& mgr);
 // The keys under which `now` holds neither what `a` nor what `b` holds.
 names neither_of(const texts& now, const texts& a, const texts& b);
+// "device A" and "template A" of what `now` lacks, or says otherwise than `before`.
+names changed(const texts& before, const texts& now);
 
 std::string bytes_of(const std::string& path);
 // The files of a directory, hidden ones too, by name.
@@ -62,6 +76,17 @@ class StoreTest : public InstallationTest {
     StoreTest() { pgm_host::set_file_system(&m_disk); }
     // What a load finds.
     static texts loaded();
+    std::string own_file(const std::string& name) const {
+        return m_custom_dir + "pgm_flash_" + name + ".xml";
+    }
+    bool update(ZORVA_MGR& mgr, const std::string& name, const std::string& id = "0x77") {
+        return mgr.update_db(new_record(mgr, name, id), m_custom_dir);
+    }
+    // A change told by a text: "store X" and "delete X" of a device, "add T" and "drop T" of a
+    // template; in the custom directory, or "store X in installation".
+    bool run(ZORVA_MGR& mgr, const std::string& change) const;
+    // A text without the root of the paths in it.
+    std::string without_root(std::string text) const;
 
     hasty_disk m_disk;
 };
@@ -80,47 +105,43 @@ class troubled_disk : public hasty_disk {
   public:
     static constexpr int ended = 77;  // exit code of a process that ends here
 
-    troubled_disk(trouble what, std::size_t call) : m_what(what), m_call(call) {}
+    explicit troubled_disk(trouble what = trouble::call_fails, std::size_t call = 0)
+        : m_what(what), m_call(call) {}
     bool was_troubled() const { return m_calls.size() >= m_call; }
     // What was called so far, as "write FILE".
     const names& calls() const { return m_calls; }
+    // Those that change something or make it last, file names without what all have in common.
+    std::string steps() const;
 
     bool exists(const std::string& path) override {
-        return pass("exists " + path, [&] { return hasty_disk::exists(path); });
+        return pass("exists", path, [&] { return hasty_disk::exists(path); });
     }
     bool touch(const std::string& path) override {
-        return pass("touch " + path, [&] { return hasty_disk::touch(path); });
+        return pass("touch", path, [&] { return hasty_disk::touch(path); });
     }
-    bool chmod(const std::string& path, int mode) override {
-        return pass("chmod " + path, [&] { return hasty_disk::chmod(path, mode); });
-    }
+    bool chmod(const std::string& path, int mode) override;
     bool remove(const std::string& path) override {
-        return pass("remove " + path, [&] { return hasty_disk::remove(path); });
+        return pass("remove", path, [&] { return hasty_disk::remove(path); });
     }
     bool rename(const std::string& from, const std::string& to) override {
-        return pass("rename to " + to, [&] { return hasty_disk::rename(from, to); });
+        return pass("rename to", to, [&] { return hasty_disk::rename(from, to); });
     }
     bool read(const std::string& path, std::string& bytes) override {
-        return pass("read " + path, [&] { return hasty_disk::read(path, bytes); });
+        return pass("read", path, [&] { return hasty_disk::read(path, bytes); });
     }
     // A write that fails leaves a part of the file, as that of a full disk does.
-    bool write(const std::string& path, std::string_view bytes) override {
-        const bool here = m_calls.size() + 1 == m_call;
-        if (here) hasty_disk::write(path, bytes.substr(0, bytes.size() / 2));
-        if (here && m_what == trouble::ends_halfway) ::_exit(ended);
-        return pass("write " + path, [&] { return hasty_disk::write(path, bytes); });
-    }
+    bool write(const std::string& path, std::string_view bytes) override;
     bool flush_directory(const std::string& directory) override {
-        return pass("flush " + directory, [] { return true; });
+        return pass("flush", directory, [] { return true; });
     }
     std::vector<std::string> list(const std::string& directory) override {
-        return pass("list " + directory, [&] { return hasty_disk::list(directory); });
+        return pass("list", directory, [&] { return hasty_disk::list(directory); });
     }
 
   private:
     template <class CALL>
-    auto pass(const std::string& name, CALL call) -> decltype(call()) {
-        m_calls.push_back(name);
+    auto pass(const std::string& what, const std::string& path, CALL call) -> decltype(call()) {
+        m_calls.push_back(what + " " + path.substr(path.rfind('/') + 1));
         const bool here = m_calls.size() == m_call;
         if (here && m_what == trouble::ends_before) ::_exit(ended);
         if ((here && m_what == trouble::call_fails) ||
@@ -138,9 +159,7 @@ class troubled_disk : public hasty_disk {
     names m_calls;
 };
 
-// Runs `job` in a process of its own; its exit code, which is 0 if the job is true.
-int in_child(const std::function<bool()>& job);
-// The same for several at once, each of which gives its exit code.
+// Runs jobs at once, in processes of their own, each of which gives its exit code.
 std::vector<int> all_at_once(const std::vector<std::function<int()>>& jobs);
-// The same for two: true if both jobs are.
-bool at_once(const std::function<bool()>& a, const std::function<bool()>& b);
+// The exit code of one job, which is 0 if it is true.
+int in_child(const std::function<bool()>& job);

@@ -8,46 +8,15 @@
 namespace {
 
 // A value for each property, in the order of their numbers.
-const char* const values[] = {"Write_status 1",
-                              "0x01",
-                              "0x02 0xfC",
-                              "0x10",
-                              "1-1",
-                              "Read_status",
-                              "0x05",
-                              "256",
-                              "0x00 0x01",
-                              "0x80 0xFF",
-                              "010",
-                              "7",
-                              "1-1",
-                              " Page_program ",
-                              "0x02",
-                              "0x1000",
-                              "my.jic",
-                              "256",
-                              "4",
-                              "4294967295",
-                              "1-1-1",
-                              "Read_ID",
-                              "0x9f",
-                              "017",
-                              "jic",
-                              "JIC",
-                              "0x0F",
-                              "3",
-                              "15",
-                              "0",
-                              "1-1-1",
-                              "Erase_64KiB",
-                              "0xD8",
-                              "jic",
-                              "65536",
-                              "0x5",
-                              "70000",
-                              "1-1",
-                              " <Erase> & \"check\"\t\n\xC3\xBC'\\\r\n",
-                              "nil"};
+// clang-format off
+const char* const values[] = {
+    "Write_status 1", "0x01", "0x02 0xfC", "0x10", "1-1",
+    "Read_status", "0x05", "256", "0x00 0x01", "0x80 0xFF", "010", "7", "1-1",
+    " Page_program ", "0x02", "0x1000", "my.jic", "256", "4", "4294967295", "1-1-1",
+    "Read_ID", "0x9f", "017", "jic", "JIC", "0x0F", "3", "15", "0", "1-1-1",
+    "Erase_64KiB", "0xD8", "jic", "65536", "0x5", "70000", "1-1",
+    " <Erase> & \"check\"\t\n\xC3\xBC'\\\r\n", "nil"};
+// clang-format on
 static_assert(std::size(values) == ZORVA_ACT_PROPERTY_COUNT);
 
 ZORVA_ACTION* new_action(ZORVA_MGR& mgr, int type) {
@@ -137,54 +106,14 @@ TEST_F(StoreWriteTest, ValuesThatTheFileSpellsInAnotherWay) {
     }
 }
 
-// Nothing reaches the disk, and the record can be put right and stored.
-TEST_F(StoreWriteTest, WhatCannotStandInAFileIsRefused) {
-    const auto no_xml = [](ZORVA_FLASH& flash) {
-        flash.set_parameter_value(ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE, "\xED\xA0\x80");
-    };
-    const auto erase_twice = [this](ZORVA_FLASH& flash) {
-        flash.add_operation_into_list(m_mgr.create_operation(ZORVA_OP_TYPE_ERASE),
-                                      ZORVA_PROG_FLOW_TYPE_SDM);
-    };
-    const struct {
-        const char* what;
-        std::string name;
-        std::function<void(ZORVA_FLASH&)> spoil = [](ZORVA_FLASH&) {};
-    } rows[] = {
-        {"no name", ""},
-        {"a separator", "a/b"},
-        {"another separator", "a\\b"},
-        {"a way out", "../../X"},
-        {"a zero byte", std::string("a\0b", 3)},
-        {"a long name", std::string(250, 'x')},
-        {"no UTF-8 in the name", "\xFF"},
-        {"no XML in the name", "a\x01"},
-        {"no XML in a value", "X", no_xml},
-        {"an operation twice", "X", erase_twice},
-    };
-    const texts before = answers(m_mgr);
-    ZORVA_FLASH* flash = nullptr;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        forget();
-        flash = new_record(m_mgr, row.name);
-        row.spoil(*flash);
-        EXPECT_FALSE(m_mgr.update_db(flash, m_custom_dir));
-        EXPECT_EQ(posted_ids(), ids{20560});
-        EXPECT_EQ(answers(m_mgr), before);
-        EXPECT_EQ(files_in(m_custom_dir), texts{});
-    }
-    flash->clear_operation_list();
-    EXPECT_TRUE(m_mgr.update_db(flash, m_custom_dir));
-    EXPECT_EQ(m_mgr.get_flash("X", true), flash);
-}
-
 TEST_F(StoreWriteTest, AFlowIsCompletedInTheFileOnly) {
     ZORVA_FLASH* flash = new_record(m_mgr, "X", "0x77", "T");
     flash->clear_operation_list();
     for (const auto type : {ZORVA_OP_TYPE_TERMINATION, ZORVA_OP_TYPE_ERASE})
         flash->add_operation_into_list(m_mgr.create_operation(type), ZORVA_PROG_FLOW_TYPE_SFL);
+    const std::string exported = m_mgr.get_flash_document(flash);
     ASSERT_TRUE(m_mgr.update_db(flash, m_custom_dir));
+    EXPECT_EQ(exported, bytes_of(own_file("X")));
     EXPECT_EQ(flash->get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL)->size(), 2U);
     EXPECT_EQ(flash->get_operation_list(ZORVA_PROG_FLOW_TYPE_SDM)->size(), 0U);
     const std::string empty_flows = "\n0:\n1:\n2:\n3:\n4:\n0:\n1:\n2:\n3:\n4:";

@@ -1,6 +1,5 @@
 """What every shipped flow has to keep to, lest it harms or hangs a part; and refused sources."""
 
-import functools
 import re
 import unittest
 import xml.etree.ElementTree as ElementTree
@@ -8,25 +7,19 @@ from itertools import combinations, groupby, product
 
 import make_qspi_db
 from flash_db_testing import BadSourceTests, OutputTests
+from qspi_flow_testing import (
+    ANY_REGISTER_WRITE, BUSY_BITS, DIES, DOUBLINGS, EXTENDED_ADDRESS, FAILURES, IDS,
+    ODD_DENSITIES, READ_ID, REGISTER_WRITES, RESET, SELECT_DIE, SHORTEST_RESETS, TELLS_4BYTE,
+    WRITE_ENABLE, flows_of, on_each_flow)
 
-OPERATIONS = ["INITIALIZATION", "PROGRAM", "ERASE", "VERIFY_BLANKCHECK_EXAMINE", "TERMINATION"]
 MARKS = {"PROGRAM": "Program data", "ERASE": "Erase data", "VERIFY_BLANKCHECK_EXAMINE": "Read data"}
 
-WRITE_ENABLE, SELECT_DIE, READ_ID, RESET = "0x06", "0xC2", "0x9F", "0x99"
-ANY_REGISTER_WRITE, VOLATILE_COPIES = "0x71", 0x800000  # data: an address, then the value
-NON_VOLATILE_WRITES = {"0x01", "0x11", "0x31", "0xB1"}
-REGISTER_WRITES = NON_VOLATILE_WRITES | {"0x17", ANY_REGISTER_WRITE, "0xC5"}
 MODE_SWITCHES = {  # command and data, and the number of address bytes afterwards
     ("0xB7", ""): 4, ("0x17", "0x80"): 4,
     ("0xE9", ""): 3, ("0x17", "0x00"): 3, ("0x99", ""): 3, ("0xF0", ""): 3,
 }
-# Where 0xB7 and 0xE9 need the write enable latch, and where 0xE9 doesn't leave 4-byte mode.
-MODE_NEEDS_WRITE_ENABLE = r"template Micron|MT25.*|N25.*|W25Q256FV"
+# Where 0xE9 doesn't leave 4-byte mode.
 NO_E9 = r"template Issi|IS25.*|S25FS.*|S70FS.*"
-BUSY_BITS = {"0x05": (0x01, 0x00), "0x70": (0x80, 0x80)}  # mask and value once ready
-KIB = 1024
-SLOWEST = {4 * KIB: 896_000, 32 * KIB: 4_000_000, 64 * KIB: 5_376_000, 256 * KIB: 6_144_000}
-SLOWEST_PROGRAM, SLOWEST_REGISTER_WRITE = 5_376, 5_000_000
 
 # Parts whose erase commands aren't those of their relatives: pattern, and command to KiB.
 ODD_ERASES = {
@@ -66,87 +59,6 @@ REGISTERS = [
 ]
 
 
-class Action:
-    def __init__(self, element):
-        self.type = element.get("type")
-        self.children = {child.tag: child.text or "" for child in element}
-
-    def __getattr__(self, tag):
-        return self.children.get(tag, "")
-
-    def is_poll(self):
-        return self.COMMAND in BUSY_BITS and int(self.ATTEMPT_COUNT) > 1
-
-    def fits(self, answer):
-        """Whether a read of these bytes goes on."""
-        expected = bytes.fromhex(self.EXPECTED_DATA.replace("0x", ""))
-        mask = bytes.fromhex(self.EXPECTED_DATA_MASK.replace("0x", ""))
-        return all((a ^ e) & m == 0 for a, e, m in zip(answer, expected, mask, strict=True))
-
-    def register_address(self):
-        return bytes(int(byte, 16) for byte in self.DATA.split()[:-1])
-
-    def writes_non_volatile_register(self):
-        if self.COMMAND == ANY_REGISTER_WRITE:
-            return not int.from_bytes(self.register_address(), "big") & VOLATILE_COPIES
-        return self.COMMAND in NON_VOLATILE_WRITES
-
-    def needs_write_enable(self, name):
-        return (
-            self.type in ("WRITE_DATA", "ERASE")
-            or self.type == "WRITE_REG" and self.COMMAND in REGISTER_WRITES
-            or self.COMMAND in ("0xB7", "0xE9") and re.fullmatch(MODE_NEEDS_WRITE_ENABLE, name)
-        )
-
-    def slowest(self):
-        if self.type == "WRITE_DATA":
-            return SLOWEST_PROGRAM
-        return SLOWEST[int(self.ERASE_SIZE)] if self.type == "ERASE" else SLOWEST_REGISTER_WRITE
-
-
-class Flow:
-    def __init__(self, name, element, info):
-        self.name = name
-        self.info = info
-        self.operations = {tag: [Action(a) for a in element.find(tag)] for tag in OPERATIONS}
-        self.actions = sum(self.operations.values(), [])
-        self.dies = {a.DATA for a in self.actions if a.COMMAND == SELECT_DIE} or {"0x00"}
-
-    def preparation(self, tag):
-        """What runs once, ahead of the part that is repeated over the data."""
-        actions = self.operations[tag]
-        return actions[:[a.DIRECTION for a in actions].index("start")]
-
-    def id_check(self):
-        return next(a for a in self.operations["INITIALIZATION"] if a.COMMAND == READ_ID)
-
-    def erases(self):
-        return {a.COMMAND: int(a.ERASE_SIZE) // KIB for a in self.actions if a.type == "ERASE"}
-
-    def is_large(self):
-        return not self.info or int(self.info["DEVICE_DENSITY"][:-2]) > 128
-
-
-def flows_of(document):
-    for vendor in document.find("GOLDEN_TEMPLATE"):
-        for flow in vendor.find("PROGRAMMING_FLOW"):
-            yield Flow(f"template {vendor.tag.title()}", flow, None)
-    for flash in document.iter("FLASH"):
-        info = {child.tag: child.text for child in flash.find("DEVICE_INFO")}
-        for flow in flash.find("PROGRAMMING_FLOW"):
-            yield Flow(info["DEVICE_NAME"], flow, info)
-
-
-def on_each_flow(check):
-    @functools.wraps(check)
-    def test(self):
-        for flow in self.flows:
-            with self.subTest(flow.name):
-                check(self, flow)
-
-    return test
-
-
 class ShippedFlows(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -155,6 +67,69 @@ class ShippedFlows(unittest.TestCase):
 
     def test_all_templates_and_parts_are_there_with_both_flows(self):
         self.assertEqual(2 * (5 + 179), len(self.flows))
+
+    @on_each_flow
+    def test_id_tells_vendor_voltage_and_density(self, flow):
+        if not flow.info:
+            return
+        device_id = flow.info["DEVICE_ID"]
+        of_vendor, of_low_voltage = IDS[flow.info["PROG_FLOW_TEMPLATE"]]
+        self.assertRegex(device_id, f"^{of_vendor} 0x[0-9A-F]{{2}}$")
+        is_low = re.fullmatch(of_low_voltage, device_id) or re.fullmatch("S(25|70)FS.*", flow.name)
+        self.assertEqual("1.8V" if is_low else "3.0V/3.3V", flow.info["DEVICE_IO_VOLTAGE"])
+        last = device_id.split()[2]
+        odd = [o[last] for pattern, o in ODD_DENSITIES.items() if re.fullmatch(pattern, flow.name)]
+        code = int(last, 16)
+        usual = 0 if odd else 2 ** (DOUBLINGS[code & 0xF0] + code % 16)
+        self.assertEqual(f"{(odd or [usual])[0]}Mb", flow.info["DEVICE_DENSITY"])
+
+    @on_each_flow
+    def test_data_are_programmed_and_read_over_one_line_as_each_part_can(self, flow):
+        marked = [(a.type, a.COMMAND, a.BUS_WIDTH, a.ACT_DUMMY_CLOCK_CYCLE, a.PAGE_SIZE)
+                  for a in flow.actions if a.type in ("WRITE_DATA", "READ_DATA") and
+                  a.ADDRESS == "jic"]
+        self.assertEqual([("WRITE_DATA", "0x02", "1-1-1", "", "256"),
+                          ("READ_DATA", "0x0B", "1-1-1", "8", "")], marked)
+        if flow.info:
+            self.assertEqual("8", flow.info["DUMMY_CLOCK_CYCLE"])
+        for action in flow.actions:
+            if action.COMMAND == EXTENDED_ADDRESS:
+                self.assertEqual("0x00", action.DATA, "the first 16 MiB")
+
+    @on_each_flow
+    def test_failures_that_a_part_tells_stop_the_flow(self, flow):
+        for pattern, command, mask, clear in FAILURES:
+            for tag in ("PROGRAM", "ERASE") if re.fullmatch(pattern, flow.name) else ():
+                polls = [a for a in flow.operations[tag] if a not in flow.preparation(tag) and
+                         a.type == "READ_REG" and a.COMMAND == command and
+                         int(a.EXPECTED_DATA_MASK, 16) & mask == mask]
+                self.assertTrue(polls, tag)
+                for poll in polls:
+                    self.assertEqual(0, int(poll.EXPECTED_DATA, 16) & mask, tag)
+            if re.fullmatch(pattern, flow.name):
+                commands = [action.COMMAND for action in flow.operations["INITIALIZATION"]]
+                self.assertIn(clear, commands, "what is left of another flow")
+
+    @on_each_flow
+    def test_latch_is_closed_resets_end_and_the_mode_is_read_back(self, flow):
+        for tag in ("INITIALIZATION", "TERMINATION"):
+            is_open = False
+            for action in flow.operations[tag]:
+                closes = action.COMMAND in ("0x04", *SHORTEST_RESETS)
+                is_open = action.COMMAND == WRITE_ENABLE or is_open and not closes
+                if action.COMMAND in SHORTEST_RESETS:
+                    self.assertGreaterEqual(int(action.DELAY), SHORTEST_RESETS[action.COMMAND])
+                if action.NAME == "Check_4byte_addressing":
+                    bit = TELLS_4BYTE[action.COMMAND]
+                    self.assertEqual((bit, bit), (int(action.EXPECTED_DATA, 16),
+                                                  int(action.EXPECTED_DATA_MASK, 16)))
+            self.assertFalse(is_open, tag)
+        if flow.info:
+            dies = [count for parts, count in DIES.items() if re.fullmatch(parts, flow.name)]
+            self.assertEqual((dies or ["1"])[0], flow.info["TOTAL_DEVICE_DIE"])
+        if re.fullmatch("MT25.*|N25.*", flow.name):
+            masks = {a.EXPECTED_DATA_MASK for a in flow.actions if a.NAME.endswith("unprotected")}
+            self.assertEqual({"0x5D"}, masks)
 
     @on_each_flow
     def test_write_enable_stands_right_before_all_that_needs_it(self, flow):
@@ -244,8 +219,14 @@ class ShippedFlows(unittest.TestCase):
             return
         at = commands.index(READ_ID)
         self.assertNotIn(WRITE_ENABLE, commands[:at])
-        expected = flow.operations["INITIALIZATION"][at].EXPECTED_DATA
-        self.assertTrue(expected.startswith(flow.info["DEVICE_ID"]), expected)
+        check = flow.id_check()
+        expected, mask = check.EXPECTED_DATA.split(), check.EXPECTED_DATA_MASK.split()
+        self.assertEqual(flow.info["DEVICE_ID"].split(), expected[:3])
+        self.assertEqual(["0xFF"] * 3, mask[:3])
+        self.assertEqual(len(expected), len(mask))
+        self.assertEqual(str(len(expected)), check.DATA_LENGTH)
+        self.assertLess(at, min([commands.index(c) for c in ("0xB7", "0x17") if c in commands],
+                                default=len(commands)))
 
     def test_id_check_tells_apart_what_the_further_bytes_tell(self):
         for answer, names in ANSWERS.items():
