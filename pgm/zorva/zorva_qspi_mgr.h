@@ -48,6 +48,9 @@ class ZORVA_QSPI_MGR : public ZORVA_MGR {
     bool update_template_db(ZORVA_FLASH* flash, std::string db_dir) override;
     bool delete_template(std::string template_name) override;
 
+    // The good values of a parameter that is a number; nothing for any other parameter.
+    static std::optional<ZORVA_VALUE_RANGE> get_parameter_range(ZORVA_FLASH_PARAM param);
+
     // The file that update_template_db would write for the flows of a record, where nothing else
     // stands in it; empty if it couldn't.
     static std::string get_template_document(const std::string& template_name, ZORVA_FLASH* flash);
@@ -88,6 +91,7 @@ class ZORVA_QSPI_MGR : public ZORVA_MGR {
     bool prog_flow_template_is_valid(std::string name, std::string* err_msg);
 
     // By the number of the golden vendor.
-    std::array<std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE>, 5> m_golden_templates;
+    std::array<std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE>, ZORVA_PROG_FLOW_TEMPLATE_COUNT>
+        m_golden_templates;
     std::map<std::string, std::string> m_legacy_flash_map;  // name to I/O voltage
 };

@@ -92,10 +92,6 @@ ZORVA_DEFINITION zorva_definition(const PGM_COMMON_XML_ELEMENT& element) {
             {}};
 }
 
-ZORVA_FINDING zorva_finding(const ZORVA_REFUSAL& refusal) {
-    return {zorva_message_row(refusal.message).id, zorva_sentence(refusal), refusal.line};
-}
-
 void zorva_report_skipped(ZORVA_FILE_REPORT& report, const std::string& text) {
     report.state = ZORVA_FILE_STATE::SKIPPED;
     report.reason = text;

@@ -80,7 +80,6 @@ bool zorva_is_taken(const ZORVA_INTERFACE& interface, const PGM_COMMON_XML_ELEME
 ZORVA_DEFINITION_KIND zorva_definition_kind(const PGM_COMMON_XML_ELEMENT& element);
 ZORVA_DEFINITION zorva_definition(const PGM_COMMON_XML_ELEMENT& element);
 
-ZORVA_FINDING zorva_finding(const ZORVA_REFUSAL& refusal);
 // Reports a file as one that can't be taken; `text` is one of check_xsd, each line of it a finding
 // "FILE:LINE: sentence".
 void zorva_report_skipped(ZORVA_FILE_REPORT& report, const std::string& text);

@@ -4,8 +4,8 @@
 #include "pgm/zorva/qspi/zorva_qspi_read.h"
 #include "pgm/zorva/qspi/zorva_qspi_write.h"
 #include "pgm/zorva/rules/zorva_data_list.h"
+#include "pgm/zorva/rules/zorva_table.h"
 
-#include <algorithm>
 #include <iterator>
 
 namespace {
@@ -16,44 +16,32 @@ constexpr const char* io_voltages[] = {"1.8V", "3.0V/3.3V"};
 constexpr const char* densities[] = {"1Mb",  "2Mb",   "4Mb",   "8Mb",   "16Mb",   "32Mb",
                                      "64Mb", "128Mb", "256Mb", "512Mb", "1024Mb", "2048Mb"};
 
-dword number_in(std::string_view value) {
-    return PGM_COMMON::convert_string_to_dword(std::string(value), false, nullptr, nullptr, false);
-}
-
 std::optional<ZORVA_REFUSAL> judge_io_voltage(std::string_view value) {
     return zorva_judge_io_voltage(zorva_qspi_interface, value);
 }
 std::optional<ZORVA_REFUSAL> judge_density(std::string_view value) {
     return zorva_judge_density(zorva_qspi_interface, value);
 }
-std::optional<ZORVA_REFUSAL> judge_total_device_die(std::string_view value) {
-    return zorva_judge_total_device_die(number_in(value));
-}
-std::optional<ZORVA_REFUSAL> judge_dummy_clock_cycle(std::string_view value) {
-    return zorva_judge_dummy_clock_cycle(number_in(value));
-}
+constexpr ZORVA_NUMBER_RULE dies{1, ~dword{0}, ZORVA_MESSAGE::INVALID_TOTAL_DEVICE_DIE};
+constexpr ZORVA_NUMBER_RULE dummy_cycles{0, 15, ZORVA_MESSAGE::INVALID_DEVICE_DUMMY_CLOCK_CYCLE};
 
 // A name and a flow template are taken from a file as they are: only what a user enters for a new
 // device is held against the names that exist.
 constexpr ZORVA_QSPI_PARAM_ROW param_table[] = {
-    {ZORVA_FLASH_PARAM_NAME, PGM_COMMON_XML_ENUM_DEVICE_NAME, false, nullptr},
-    {ZORVA_FLASH_PARAM_ID, PGM_COMMON_XML_ENUM_DEVICE_ID, false, zorva_judge_device_id},
-    {ZORVA_FLASH_PARAM_IO_VOLTAGE, PGM_COMMON_XML_ENUM_DEVICE_IO_VOLTAGE, false, judge_io_voltage},
-    {ZORVA_FLASH_PARAM_DENSITY, PGM_COMMON_XML_ENUM_DEVICE_DENSITY, false, judge_density},
-    {ZORVA_FLASH_PARAM_TOTAL_DIE, PGM_COMMON_XML_ENUM_TOTAL_DEVICE_DIE, true,
-     judge_total_device_die},
-    {ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE, PGM_COMMON_XML_ENUM_DUMMY_CLOCK_CYCLE, true,
-     judge_dummy_clock_cycle},
-    {ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE_X4, PGM_COMMON_XML_ENUM_DUMMY_CLOCK_CYCLE_X4, true,
-     judge_dummy_clock_cycle},
-    {ZORVA_FLASH_PARAM_TEMPLATE_NAME, PGM_COMMON_XML_ENUM__INVALID__, false, nullptr},
-    {ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE, PGM_COMMON_XML_ENUM_PROG_FLOW_TEMPLATE, false, nullptr},
+    {ZORVA_FLASH_PARAM_NAME, PGM_COMMON_XML_ENUM_DEVICE_NAME, nullptr},
+    {ZORVA_FLASH_PARAM_ID, PGM_COMMON_XML_ENUM_DEVICE_ID, zorva_judge_device_id},
+    {ZORVA_FLASH_PARAM_IO_VOLTAGE, PGM_COMMON_XML_ENUM_DEVICE_IO_VOLTAGE, judge_io_voltage},
+    {ZORVA_FLASH_PARAM_DENSITY, PGM_COMMON_XML_ENUM_DEVICE_DENSITY, judge_density},
+    {ZORVA_FLASH_PARAM_TOTAL_DIE, PGM_COMMON_XML_ENUM_TOTAL_DEVICE_DIE, nullptr, dies},
+    {ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE, PGM_COMMON_XML_ENUM_DUMMY_CLOCK_CYCLE, nullptr,
+     dummy_cycles},
+    {ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE_X4, PGM_COMMON_XML_ENUM_DUMMY_CLOCK_CYCLE_X4, nullptr,
+     dummy_cycles},
+    {ZORVA_FLASH_PARAM_TEMPLATE_NAME, PGM_COMMON_XML_ENUM__INVALID__, nullptr},
+    {ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE, PGM_COMMON_XML_ENUM_PROG_FLOW_TEMPLATE, nullptr},
 };
-constexpr bool rows_stand_in_order() {
-    int place = 0;
-    return std::ranges::all_of(param_table, [&](const auto& row) { return row.param == place++; });
-}
-static_assert(std::size(param_table) == 9 && rows_stand_in_order());
+static_assert(std::size(param_table) == ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE + 1);
+static_assert(zorva_rows_stand_in_order(param_table, &ZORVA_QSPI_PARAM_ROW::param));
 
 }  // namespace
 
@@ -79,20 +67,12 @@ const ZORVA_INTERFACE zorva_qspi_interface = {
 std::span<const ZORVA_QSPI_PARAM_ROW> zorva_qspi_params() { return param_table; }
 
 std::optional<ZORVA_REFUSAL> zorva_judge_device_id(std::string_view id) {
-    constexpr std::string_view allowed = "abcdefxABCDEF0123456789 ";
-    if (id.find_first_not_of(allowed) == id.npos && zorva_data_list_length(id)) return {};
+    if (zorva_data_list_length(id)) return {};
     return ZORVA_REFUSAL{
         ZORVA_MESSAGE::INVALID_DEVICE_ID_WITH_EMPTY_STRING_OR_SPECIAL_CHAR, std::string(id), {}};
 }
 
-std::optional<ZORVA_REFUSAL> zorva_judge_total_device_die(dword value) {
-    if (value != 0) return {};
-    return ZORVA_REFUSAL{ZORVA_MESSAGE::INVALID_TOTAL_DEVICE_DIE, std::to_string(value), {}};
-}
-
-std::optional<ZORVA_REFUSAL> zorva_judge_dummy_clock_cycle(dword value) {
-    constexpr dword most = 15;
-    if (value <= most) return {};
-    return ZORVA_REFUSAL{
-        ZORVA_MESSAGE::INVALID_DEVICE_DUMMY_CLOCK_CYCLE, std::to_string(value), {}};
+std::optional<ZORVA_REFUSAL> zorva_judge_number(const ZORVA_NUMBER_RULE& rule, dword value) {
+    if (rule.least <= value && value <= rule.most) return {};
+    return ZORVA_REFUSAL{rule.message, value, {}};
 }

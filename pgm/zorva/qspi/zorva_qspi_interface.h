@@ -12,13 +12,20 @@
 
 extern const ZORVA_INTERFACE zorva_qspi_interface;
 
+// The good values of a parameter that is a number, and the message for any other value.
+struct ZORVA_NUMBER_RULE {
+    dword least;
+    dword most;
+    ZORVA_MESSAGE message;
+};
+
 // One parameter of a device, as it stands in a file.
 struct ZORVA_QSPI_PARAM_ROW {
     ZORVA_FLASH_PARAM param;
     PGM_COMMON_XML_ENUM tag;  // child of DEVICE_INFO; _INVALID__ if it isn't stored with a device
-    bool is_number;
-    // What is wrong with a value in a file; null where any is taken.
+    // What is wrong with a text in a file; null where any text is taken, and for a number.
     std::optional<ZORVA_REFUSAL> (*judge)(std::string_view value);
+    std::optional<ZORVA_NUMBER_RULE> number = {};  // nothing for a text
 };
 
 // All nine parameters; the order is that of their numbers, of the document and of the checks.
@@ -26,5 +33,4 @@ std::span<const ZORVA_QSPI_PARAM_ROW> zorva_qspi_params();
 
 // What is wrong with a value; nothing if it is good.
 std::optional<ZORVA_REFUSAL> zorva_judge_device_id(std::string_view id);
-std::optional<ZORVA_REFUSAL> zorva_judge_total_device_die(dword value);
-std::optional<ZORVA_REFUSAL> zorva_judge_dummy_clock_cycle(dword value);
+std::optional<ZORVA_REFUSAL> zorva_judge_number(const ZORVA_NUMBER_RULE& rule, dword value);

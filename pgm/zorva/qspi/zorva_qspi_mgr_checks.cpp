@@ -3,16 +3,34 @@
 #include "pgm/zorva/rules/zorva_operation_table.h"
 #include "pgm/zorva/zorva_qspi_mgr.h"
 
+namespace {
+
+std::optional<ZORVA_NUMBER_RULE> number_rule(ZORVA_FLASH_PARAM param) {
+    const auto params = zorva_qspi_params();
+    const auto place = static_cast<std::size_t>(param);
+    return place < params.size() ? params[place].number : std::nullopt;
+}
+
+}  // namespace
+
+std::optional<ZORVA_VALUE_RANGE> ZORVA_QSPI_MGR::get_parameter_range(ZORVA_FLASH_PARAM param) {
+    const auto rule = number_rule(param);
+    if (!rule) return {};
+    return ZORVA_VALUE_RANGE{.form = ZORVA_FORM::NUMBER, .least = rule->least, .most = rule->most};
+}
+
 bool ZORVA_QSPI_MGR::device_id_is_valid(std::string id, std::string* err_msg) {
     return zorva_passes(zorva_judge_device_id(id), err_msg);
 }
 
 bool ZORVA_QSPI_MGR::total_device_die_is_valid(dword value, std::string* err_msg) {
-    return zorva_passes(zorva_judge_total_device_die(value), err_msg);
+    return zorva_passes(zorva_judge_number(*number_rule(ZORVA_FLASH_PARAM_TOTAL_DIE), value),
+                        err_msg);
 }
 
 bool ZORVA_QSPI_MGR::dummy_clock_cycle_is_valid(dword value, std::string* err_msg) {
-    return zorva_passes(zorva_judge_dummy_clock_cycle(value), err_msg);
+    return zorva_passes(zorva_judge_number(*number_rule(ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE), value),
+                        err_msg);
 }
 
 std::optional<ZORVA_REFUSAL> ZORVA_QSPI_MGR::judge_template_name(const std::string& name) {

@@ -13,12 +13,22 @@
 
 namespace {
 
-void set_parameter(ZORVA_FLASH& flash, const ZORVA_QSPI_PARAM_ROW& row, const std::string& value) {
-    if (row.param == ZORVA_FLASH_PARAM_NAME) return flash.set_name(value);
-    if (row.param == ZORVA_FLASH_PARAM_DENSITY) return flash.set_density(value);
-    if (!row.is_number) return flash.set_parameter_value(row.param, value);
-    flash.set_parameter_value(
-        row.param, PGM_COMMON::convert_string_to_dword(value, false, nullptr, nullptr, false));
+// Stores a parameter that a file gives as a text; the result is what is wrong with it, if anything.
+std::optional<ZORVA_REFUSAL> take_parameter(ZORVA_FLASH& flash, const ZORVA_QSPI_PARAM_ROW& row,
+                                            const std::string& text) {
+    if (row.number) {
+        const dword number =
+            PGM_COMMON::convert_string_to_dword(text, false, nullptr, nullptr, false);
+        flash.set_parameter_value(row.param, number);
+        return zorva_judge_number(*row.number, number);
+    }
+    if (row.param == ZORVA_FLASH_PARAM_NAME)
+        flash.set_name(text);
+    else if (row.param == ZORVA_FLASH_PARAM_DENSITY)
+        flash.set_density(text);
+    else
+        flash.set_parameter_value(row.param, text);
+    return row.judge ? row.judge(text) : std::nullopt;
 }
 
 // The child that holds a property: the one at its place in document order, where any order but
@@ -42,7 +52,7 @@ ZORVA_TEXT read_property(const PGM_COMMON_XML_ELEMENT& xml_action,
     }
     child->read_value_into(value);
     if (kind.tag == PGM_COMMON_XML_ENUM_DESCRIPTION) value = zorva_unescape_description(value);
-    const ZORVA_TEXT text(value);
+    ZORVA_TEXT text(value);
     if (!zorva_is_good(property, text))
         zorva_keep_refusal(zorva_judge_property(property, value), *child, refusals);
     return text;
@@ -66,12 +76,12 @@ std::unique_ptr<ZORVA_ACTION> read_action(const PGM_COMMON_XML_ELEMENT& xml_acti
     const ZORVA_ACTION_TYPE_ROW& type = zorva_action_type_of_keyword(keyword);
     auto action = std::make_unique<ZORVA_QSPI_ACTION>(new_action(type.type));
     std::string value;
-    for (int place = 0; place < type.count; ++place) {
-        const auto property = static_cast<ZORVA_ACT_PROPERTY>(type.first + place);
-        const PGM_COMMON_XML_ELEMENT* child = child_of(xml_action, static_cast<std::size_t>(place),
-                                                       zorva_property_kind(property).tag);
-        const ZORVA_TEXT text = read_property(xml_action, child, property, value, refusals);
-        if (refusals.empty()) action->set_property_text(property, text);
+    for (std::size_t place = 0; place < type.properties.size(); ++place) {
+        const ZORVA_ACT_PROPERTY property = type.properties[place];
+        const PGM_COMMON_XML_ELEMENT* child =
+            child_of(xml_action, place, zorva_property_kind(property).tag);
+        ZORVA_TEXT text = read_property(xml_action, child, property, value, refusals);
+        if (refusals.empty()) action->set_property_text(property, std::move(text));
     }
     return action;
 }
@@ -107,9 +117,9 @@ std::unique_ptr<ZORVA_FLASH> zorva_read_qspi_device(const PGM_COMMON_XML_ELEMENT
         const PGM_COMMON_XML_ELEMENT* child = zorva_first_child(device_info, row.tag);
         const std::string value = child ? child->read_value() : std::string();
         const PGM_COMMON_XML_ELEMENT& at_fault = child ? *child : device_info;
-        if (row.judge && zorva_keep_refusal(row.judge(value), at_fault, refusals)) good = false;
+        if (zorva_keep_refusal(take_parameter(*flash, row, value), at_fault, refusals))
+            good = false;
         if (!child) good = false;
-        if (good) set_parameter(*flash, row, value);
     }
     if (!good) return nullptr;
     return flash;
