@@ -54,6 +54,8 @@ class MSG_BASE : public MSG_POST {
     void fill_args(const char* format, ...);
     // The same with the values as texts, which may hold any byte; one too few reads as empty.
     void fill_values(std::string_view format, const std::vector<std::string>& values);
+    // TEXT with its placeholders filled in.
+    const std::string& get_text() const { return m_text; }
     void set_severity_level(int level);
     void set_id(unsigned id);
 

@@ -2,17 +2,12 @@
 #include "services/file.h"
 #include "services/host.h"
 #include "services/pgm_common.h"
+#include "tests/system_calls.h"
 #include "tests/test_support.h"
 
-#include <dirent.h>
-#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
-#include <dlfcn.h>
-#include <cerrno>
 #include <csignal>
 #include <filesystem>
 
@@ -20,49 +15,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// What the system calls below are to do, and what they have done.
-struct SYSTEM {
-    bool hides_size = false;           // fstat finds an empty file
-    int entries_left = -1;             // readdir fails after so many; -1: never
-    std::vector<std::string> flushed;  // "PATH SIZE"
-};
-SYSTEM the_system;
-
-}  // namespace
-
-// In place of the C library's, for the services too.
-extern "C" int fsync(int file) {
-    std::string path(1000, '\0');
-    const auto link = "/proc/self/fd/" + std::to_string(file);
-    const ssize_t length = ::readlink(link.c_str(), path.data(), path.size());
-    path.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
-    std::error_code no_file;
-    const auto size = fs::is_regular_file(path) ? fs::file_size(path, no_file) : 0;
-    the_system.flushed.push_back(path + " " + std::to_string(size));
-    return static_cast<int>(::syscall(SYS_fsync, file));
-}
-
-extern "C" int fstat(int file, struct stat* status) noexcept {
-    const int result = ::fstatat(file, "", status, AT_EMPTY_PATH);
-    if (the_system.hides_size) status->st_size = 0;
-    return result;
-}
-
-extern "C" dirent* readdir(DIR* directory) {
-    static auto* const real = reinterpret_cast<dirent* (*)(DIR*)>(::dlsym(RTLD_NEXT, "readdir"));
-    if (the_system.entries_left < 0) return real(directory);
-    if (the_system.entries_left-- > 0) return real(directory);
-    the_system.entries_left = 0;
-    errno = EIO;
-    return nullptr;
-}
-
-namespace {
-
 class DiskTest : public InstallationTest {
   protected:
-    DiskTest() { the_system = SYSTEM(); }
-    ~DiskTest() override { the_system = SYSTEM(); }
+    DiskTest() { the_system = SYSTEM_CALLS(); }
+    ~DiskTest() override { the_system = SYSTEM_CALLS(); }
 
     std::vector<std::string> found(const std::string& mask) const {
         std::vector<std::string> names;

@@ -128,7 +128,8 @@ TEST_F(LoadTest, AnActionThatLacksAChildIsABadOne) {
         const auto property = number<ZORVA_ACT_PROPERTY>(i);
         const ZORVA_PROPERTY_KIND& kind = zorva_property_kind(property);
         auto type = ZORVA_ACT_TYPE_CUSTOM;
-        while (zorva_action_type(type).first > i) type = number<ZORVA_ACT_TYPE>(type - 1);
+        while (zorva_action_type(type).properties.front() > i)
+            type = number<ZORVA_ACT_TYPE>(type - 1);
         const std::string xml = without(action(type), pgm_common_xml_name(kind.tag));
         SCOPED_TRACE(xml);
         forget();

@@ -28,8 +28,6 @@ TEST_F(OperationTest, EachTypeHasItsNameAndDescription) {
         SCOPED_TRACE(rows[i].name);
         ZORVA_QSPI_OPERATION operation(number<ZORVA_OP_TYPE>(i));
         EXPECT_EQ(operation.get_name(), rows[i].name);
-        operation.set_name("Other");
-        EXPECT_EQ(operation.get_name(), "Other");
         EXPECT_EQ(operation.get_operation_type(), i);
         const std::string description = operation.get_operation_description();
         EXPECT_EQ(description.size(), rows[i].description_bytes);
@@ -44,9 +42,9 @@ TEST_F(OperationTest, ACopySharesNothingWithItsSource) {
     auto source = std::make_unique<ZORVA_QSPI_OPERATION>(ZORVA_OP_TYPE_ERASE);
     source->set_name("Mine");
     for (const char* command : {"1", "2", "3"}) {
-        auto* action = new ZORVA_QSPI_ACTION(ZORVA_ACT_TYPE_ERASE);
-        action->set_property_value(ZORVA_ACT_PROPERTY_ER_COMMAND, command);
-        source->add_action_into_list(action);
+        source->add_action_into_list(new ZORVA_QSPI_ACTION(ZORVA_ACT_TYPE_ERASE));
+        source->get_action_list()->back()->set_property_value(ZORVA_ACT_PROPERTY_ER_COMMAND,
+                                                              command);
     }
     ZORVA_QSPI_OPERATION copy(*source);
     source->get_action_list()->at(0)->set_property_value(ZORVA_ACT_PROPERTY_ER_COMMAND, "9");
@@ -62,28 +60,82 @@ TEST_F(OperationTest, ACopySharesNothingWithItsSource) {
     EXPECT_EQ(internal_error_of([&] { copy.add_action_into_list(nullptr); }), "action");
 }
 
+TEST_F(OperationTest, EachVendorAnswersWithItsOwnFlows) {
+    const std::vector<std::string> tags = split("MICRON|MACRONIX|CYPRESS|WINBOND|ISSI");
+    const auto marked = [](const std::string& mark) {
+        return replaced(action(ZORVA_ACT_TYPE_CUSTOM), "Program data", mark);
+    };
+    std::string vendors;
+    for (const std::string& tag : tags)
+        vendors +=
+            "<" + tag + ">" + flows(marked(tag + " SFL"), marked(tag + " SDM")) + "</" + tag + ">";
+    write_shipped(document("<GOLDEN_TEMPLATE>" + vendors + "</GOLDEN_TEMPLATE>" + devices("A")));
+    ZORVA_QSPI_MGR mgr;
+    EXPECT_EQ(joined(mgr.get_prog_flow_template_list()), "Micron Macronix Cypress Winbond Issi");
+    for (std::size_t i = 0; i < tags.size(); ++i)
+        for (const auto flow : {ZORVA_PROG_FLOW_TYPE_SFL, ZORVA_PROG_FLOW_TYPE_SDM}) {
+            const auto* operations = mgr.get_prog_flow_template_operation_list(
+                number<ZORVA_PROG_FLOW_TEMPLATE>(static_cast<int>(i)), flow);
+            EXPECT_EQ(operations->at(1)->get_action_list()->at(0)->get_property_value(
+                          ZORVA_ACT_PROPERTY_CU_DESCRIPTION),
+                      tags[i] + (flow == ZORVA_PROG_FLOW_TYPE_SFL ? " SFL" : " SDM"));
+        }
+}
+
+// A leading 0 means octal to a file's readers. A good number that would be a bad one there isn't
+// written; the text in the document is empty for it.
+TEST_F(OperationTest, NumbersStandInAFileInDecimal) {
+    struct row {
+        ZORVA_ACT_PROPERTY property;
+        const char* value;
+        const char* written;
+    };
+    const row rows[] = {
+        {ZORVA_ACT_PROPERTY_RR_ATTEMPT_COUNT, "16", "ATTEMPT_COUNT>16<"},
+        {ZORVA_ACT_PROPERTY_RR_ATTEMPT_COUNT, "0x1f", "ATTEMPT_COUNT>31<"},
+        {ZORVA_ACT_PROPERTY_RR_ATTEMPT_COUNT, "010", "ATTEMPT_COUNT>8<"},
+        {ZORVA_ACT_PROPERTY_RR_ATTEMPT_COUNT, "4294967295", "ATTEMPT_COUNT>4294967295<"},
+        {ZORVA_ACT_PROPERTY_RR_ATTEMPT_COUNT, "4294967296", ""},
+        {ZORVA_ACT_PROPERTY_RR_ATTEMPT_COUNT, "08", ""},
+        {ZORVA_ACT_PROPERTY_RR_DATA_LENGTH, "08", "DATA_LENGTH>08<"},
+        {ZORVA_ACT_PROPERTY_RR_DELAY, "08", ">0</DELAY>"},
+    };
+    for (const row& row : rows) {
+        SCOPED_TRACE(row.value);
+        ZORVA_QSPI_FLASH flash("F");
+        auto* action = new ZORVA_QSPI_ACTION(ZORVA_ACT_TYPE_READ_REGISTER);
+        action->set_property_value(ZORVA_ACT_PROPERTY_RR_NAME, "Poll");
+        action->set_property_value(ZORVA_ACT_PROPERTY_RR_COMMAND, "5");
+        action->set_property_value(ZORVA_ACT_PROPERTY_RR_DATA_LENGTH, "1");
+        action->set_property_value(row.property, row.value);
+        auto* operation = new ZORVA_QSPI_OPERATION(ZORVA_OP_TYPE_PROGRAM);
+        operation->add_action_into_list(action);
+        flash.add_operation_into_list(operation, ZORVA_PROG_FLOW_TYPE_SDM);
+        const std::string document = ZORVA_QSPI_MGR::get_template_document("T", &flash);
+        EXPECT_EQ(document.empty(), *row.written == '\0');
+        EXPECT_NE(document.find(row.written), document.npos) << document;
+    }
+}
+
 TEST_F(FlashTest, DensityTurnsIntoBytesAndAName) {
     struct row {
         const char* density;
         qword bytes;
         const char* generic_name;
     };
-    const row rows[] = {
-        {"", 0, ""},
-        {"512", 0, ""},
-        {"512K", 0, ""},
-        {"Mb", 0, ""},
-        {" 1Mb", 0, ""},
-        {"64Mb", 8388608, ""},
-        {"128Mb", 16777216, "QSPI128MB"},
-        {"0128Mbit", 16777216, "QSPI128MB"},
-        {"1024Mb", 134217728, "QSPI1GB"},
-        {"2048Mb", 268435456, "QSPI2GB"},
-        {"128M", 134217728, "QSPI1GB"},
-        {"4096Mb", 536870912, ""},
-        {"2GB", 2147483648, ""},
-        {"128GB", 137438953472, ""},
-    };
+    const row rows[] = {{"", 0, ""},
+                        {"512", 0, ""},
+                        {"512K", 0, ""},
+                        {"Mb", 0, ""},
+                        {" 1Mb", 0, ""},
+                        {"64Mb", 8388608, ""},
+                        {"128Mb", 16777216, "QSPI128MB"},
+                        {"0128Mbit", 16777216, "QSPI128MB"},
+                        {"1024Mb", 134217728, "QSPI1GB"},
+                        {"2048Mb", 268435456, "QSPI2GB"},
+                        {"128M", 134217728, "QSPI1GB"},
+                        {"4096Mb", 536870912, ""},
+                        {"128GB", 137438953472, ""}};
     for (const row& row : rows) {
         SCOPED_TRACE(row.density);
         ZORVA_QSPI_FLASH flash("F");
@@ -100,33 +152,31 @@ TEST_F(FlashTest, IdTurnsIntoANumberAndAMask) {
         dword value;
         dword mask;
     };
-    const row rows[] = {
-        {"0x01 0x02 0x03", 0x030201, 0xFFFFFF},
-        {"", 0, 0},
-        {"0x20 186", 0xBA20, 0xFFFF},
-        {"0x20 0xBA 256", 0, 0},
-        {"0", 0, 0xFF},
-        {"   ", 0, 0},
-        {"1 2 3 4 5", 0x04030201, 0xFFFFFFFF},
-    };
+    // A number set as an ID becomes its decimal text, so 18 and 256 are set in both forms.
+    const row rows[] = {{"0x01 0x02 0x03", 0x030201, 0xFFFFFF},
+                        {"", 0, 0},
+                        {"0x20 186", 0xBA20, 0xFFFF},
+                        {"0x20 0xBA 256", 0, 0},
+                        {"0", 0, 0xFF},
+                        {"1 2 3 4 5", 0x04030201, 0xFFFFFFFF},
+                        {"18", 18, 0xFF},
+                        {"256", 0, 0}};
     ZORVA_QSPI_FLASH flash("F");
-    const auto expect_id = [&](dword value, dword expected_mask) {
+    const auto expect_id = [&](const row& row) {
         dword mask = 77;
-        EXPECT_EQ(flash.get_parameter_value_in_dword(ZORVA_FLASH_PARAM_ID, &mask), value);
-        EXPECT_EQ(mask, expected_mask);
-        EXPECT_EQ(flash.get_parameter_value_in_dword(ZORVA_FLASH_PARAM_ID, nullptr), value);
+        EXPECT_EQ(flash.get_parameter_value(ZORVA_FLASH_PARAM_ID), row.id);
+        EXPECT_EQ(flash.get_parameter_value_in_dword(ZORVA_FLASH_PARAM_ID, &mask), row.value);
+        EXPECT_EQ(mask, row.mask) << row.id;
+        EXPECT_EQ(flash.get_parameter_value_in_dword(ZORVA_FLASH_PARAM_ID, nullptr), row.value);
     };
     for (const row& row : rows) {
-        SCOPED_TRACE(row.id);
         flash.set_parameter_value(ZORVA_FLASH_PARAM_ID, std::string(row.id));
-        expect_id(row.value, row.mask);
+        expect_id(row);
     }
-    // A number becomes its decimal text, which spells a single byte at most.
-    flash.set_parameter_value(ZORVA_FLASH_PARAM_ID, 18);
-    EXPECT_EQ(flash.get_parameter_value(ZORVA_FLASH_PARAM_ID), "18");
-    expect_id(18, 0xFF);
-    flash.set_parameter_value(ZORVA_FLASH_PARAM_ID, 256);
-    expect_id(0, 0);
+    flash.set_parameter_value(ZORVA_FLASH_PARAM_ID, dword{18});
+    expect_id(rows[6]);
+    flash.set_parameter_value(ZORVA_FLASH_PARAM_ID, dword{256});
+    expect_id(rows[7]);
 }
 
 TEST_F(FlashTest, HoldsEachParameterInItsForm) {
@@ -153,29 +203,46 @@ TEST_F(FlashTest, HoldsEachParameterInItsForm) {
     EXPECT_EQ(flash.get_family(), DEV_FAMILY_QSPI_FLASH);
 }
 
+// Counts itself.
+struct counted_operation : ZORVA_QSPI_OPERATION {
+    explicit counted_operation(int& count)
+        : ZORVA_QSPI_OPERATION(ZORVA_OP_TYPE_ERASE), m_count(count) {
+        ++m_count;
+    }
+    ~counted_operation() override { --m_count; }
+    int& m_count;
+};
+
 TEST_F(FlashTest, OwnsTheOperationsOfTwoFlows) {
     constexpr auto sfl = ZORVA_PROG_FLOW_TYPE_SFL;
     constexpr auto sdm = ZORVA_PROG_FLOW_TYPE_SDM;
-    const auto operation = [] { return new ZORVA_QSPI_OPERATION(ZORVA_OP_TYPE_ERASE); };
-    ZORVA_QSPI_FLASH flash("F");
-    for (const auto flow : {sfl, sfl, sdm}) flash.add_operation_into_list(operation(), flow);
-    ZORVA_OPERATION* replacement = operation();
-    flash.set_operation_list({replacement}, sfl);
-    EXPECT_EQ(*flash.get_operation_list(sfl), std::vector{replacement});
-    EXPECT_EQ(flash.get_operation_list(sdm)->size(), 1u);
-
-    const auto unknown = number<ZORVA_PROG_FLOW_TYPE>(2);
-    const std::string text = "Unknown programming flow type";
-    ZORVA_QSPI_OPERATION loose(ZORVA_OP_TYPE_ERASE);
-    EXPECT_EQ(internal_error_of([&] { flash.get_operation_list(unknown); }), text);
-    EXPECT_EQ(internal_error_of([&] { flash.add_operation_into_list(&loose, unknown); }), text);
-    EXPECT_EQ(internal_error_of([&] { flash.set_operation_list({&loose}, unknown); }), text);
-    EXPECT_EQ(internal_error_of([&] { flash.set_operation_list({}, unknown); }),
-              "!operation_list.empty()");
-    EXPECT_EQ(internal_error_of([&] { flash.add_operation_into_list(nullptr, sfl); }), "operation");
-    EXPECT_EQ(*flash.get_operation_list(sfl), std::vector{replacement});
-    for (int time = 0; time < 2; ++time) flash.clear_operation_list();
-    EXPECT_TRUE(flash.get_operation_list(sfl)->empty() && flash.get_operation_list(sdm)->empty());
+    int count = 0;
+    {
+        ZORVA_QSPI_FLASH flash("F");
+        for (const auto flow : {sfl, sfl, sdm})
+            flash.add_operation_into_list(new counted_operation(count), flow);
+        ZORVA_OPERATION* replacement = new counted_operation(count);
+        flash.set_operation_list({replacement}, sfl);
+        EXPECT_EQ(count, 2);
+        const auto unknown = number<ZORVA_PROG_FLOW_TYPE>(2);
+        const std::string text = "Unknown programming flow type";
+        ZORVA_QSPI_OPERATION loose(ZORVA_OP_TYPE_ERASE);
+        EXPECT_EQ(internal_error_of([&] { flash.get_operation_list(unknown); }), text);
+        EXPECT_EQ(internal_error_of([&] { flash.add_operation_into_list(&loose, unknown); }), text);
+        EXPECT_EQ(internal_error_of([&] { flash.set_operation_list({&loose}, unknown); }), text);
+        EXPECT_EQ(internal_error_of([&] { flash.set_operation_list({}, unknown); }),
+                  "!operation_list.empty()");
+        EXPECT_EQ(internal_error_of([&] { flash.add_operation_into_list(nullptr, sfl); }),
+                  "operation");
+        EXPECT_EQ(*flash.get_operation_list(sfl), std::vector{replacement});
+        EXPECT_EQ(flash.get_operation_list(sdm)->size(), 1u);
+        flash.clear_operation_list();
+        EXPECT_TRUE(flash.get_operation_list(sfl)->empty() &&
+                    flash.get_operation_list(sdm)->empty());
+        EXPECT_EQ(count, 0);
+        flash.add_operation_into_list(new counted_operation(count), sdm);
+    }
+    EXPECT_EQ(count, 0) << "what a record holds goes with it";
 }
 
 }  // namespace

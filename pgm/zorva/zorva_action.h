@@ -1,6 +1,7 @@
 // One step of an operation: a transaction on the flash device's bus, or a mark in the flow.
 #pragma once
 
+#include "pgm/zorva/zorva_finding.h"
 #include "pgm/zorva/zorva_text.h"
 #include "services/types.h"
 
@@ -8,7 +9,9 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -65,6 +68,51 @@ enum ZORVA_ACT_PROPERTY : int {
     ZORVA_ACT_PROPERTY_CU_DIRECTION,
 };
 
+// The most properties that a type has.
+inline constexpr std::size_t ZORVA_ACT_MOST_PROPERTIES = 10;
+
+// What a property means, whatever the type of its action: each property is of one of these kinds,
+// and a type has a kind once at most.
+enum class ZORVA_PROPERTY : unsigned char {
+    NAME,
+    COMMAND,
+    DATA,
+    EXPECTED_DATA,
+    EXPECTED_DATA_MASK,
+    DATA_LENGTH,
+    ATTEMPT_COUNT,
+    DELAY,
+    ADDRESS,
+    PAGE_SIZE,
+    ADDRESSING_MODE,
+    DUMMY_CLOCK_CYCLE,
+    ERASE_SIZE,
+    BUS_WIDTH_COMMAND_DATA,
+    BUS_WIDTH_COMMAND_ADDRESS,
+    BUS_WIDTH_COMMAND_ADDRESS_DATA,
+    DESCRIPTION,
+    DIRECTION,
+};
+
+// How the text of a value has to look.
+enum class ZORVA_FORM : unsigned char {
+    NAME,       // letters, digits, underscores and blanks, not blanks alone
+    DATA_LIST,  // bytes, as "0x20 186"
+    NUMBER,     // decimal, or "0x" and hexadecimal digits
+    CHOICE,     // one of the choices, exactly
+    ANY_TEXT,   // anything but the empty text
+};
+
+// Which values are good.
+struct ZORVA_VALUE_RANGE {
+    ZORVA_FORM form;
+    bool empty_passes = false;
+    bool jic_passes = false;  // a text that holds "jic" or "JIC" stands for data of the .jic file
+    qword least = 0;          // of a number; of a data list, the count of its bytes
+    qword most = ~qword{0};   // the same
+    std::span<const std::string_view> choices = {};  // for CHOICE; lives as long as the library
+};
+
 // Values are held as the text that the user or the file gave, and are turned into numbers or
 // bytes when somebody asks. An action never changes its type.
 class ZORVA_ACTION {
@@ -107,6 +155,17 @@ class ZORVA_ACTION {
     // The properties of the action's type, in their fixed order.
     std::vector<ZORVA_ACT_PROPERTY> get_property_enum_list() const;
 
+    // The property of that kind in actions of a type; nothing if they have none.
+    static std::optional<ZORVA_ACT_PROPERTY> find_property(ZORVA_ACT_TYPE type,
+                                                           ZORVA_PROPERTY kind);
+    // A property outside 0 to 39 is an internal error, here and below.
+    static ZORVA_PROPERTY get_property_kind(ZORVA_ACT_PROPERTY property);
+    static ZORVA_VALUE_RANGE get_property_range(ZORVA_ACT_PROPERTY property);
+    // What property_value_is_valid of a ZORVA_QSPI_ACTION would say, without posting it; nothing
+    // if the value is good.
+    static std::optional<ZORVA_FINDING> judge_property_value(ZORVA_ACT_PROPERTY property,
+                                                             std::string_view value);
+
   protected:
     static constexpr auto no_type = static_cast<ZORVA_ACT_TYPE>(-1);
 
@@ -120,14 +179,13 @@ class ZORVA_ACTION {
     ZORVA_ACT_TYPE m_act_type = no_type;
 
   private:
-    static constexpr std::size_t most_properties = 10;
     using FOREIGN_VALUES = std::vector<std::pair<ZORVA_ACT_PROPERTY, ZORVA_TEXT>>;
 
     // The place of a property among those of the action's type; nothing for another type's.
     std::optional<std::size_t> place_of(ZORVA_ACT_PROPERTY property) const;
 
     // By the property's place in its type.
-    std::array<ZORVA_TEXT, most_properties> m_values;
+    std::array<ZORVA_TEXT, ZORVA_ACT_MOST_PROPERTIES> m_values;
     // Values of properties of other types; almost never there.
     std::unique_ptr<FOREIGN_VALUES> m_foreign_values;
 };

@@ -1,6 +1,7 @@
 // What a manager met when it loaded: every file, and every definition in it.
 #pragma once
 
+#include "pgm/zorva/zorva_finding.h"
 #include "services/types.h"
 
 #include <string>
@@ -24,13 +25,6 @@ enum class ZORVA_DEFINITION_STATE {
     HIDDEN,    // by the definition of the same kind and name in the file `hidden_by`
     REFUSED,   // for what `findings` say
     NOT_READ,  // it stands behind a refused definition that ended the reading of its file
-};
-
-// One thing that keeps a definition, or a whole file, from loading.
-struct ZORVA_FINDING {
-    unsigned id;           // of the message; 0 where the file itself is at fault
-    std::string sentence;  // what is wrong
-    dword line;            // in the file, from 1; 0 if not known
 };
 
 struct ZORVA_DEFINITION {

@@ -4,6 +4,7 @@
 #include "pgm/zorva/zorva_action.h"
 #include "pgm/zorva/zorva_text.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@ enum ZORVA_PROG_FLOW_TEMPLATE : int {
     ZORVA_PROG_FLOW_TEMPLATE_WINBOND = 3,
     ZORVA_PROG_FLOW_TEMPLATE_ISSI = 4,
 };
+inline constexpr std::size_t ZORVA_PROG_FLOW_TEMPLATE_COUNT = ZORVA_PROG_FLOW_TEMPLATE_ISSI + 1;
 
 // The operations of a flow, in the order in which it lists them.
 enum ZORVA_OP_TYPE : int {

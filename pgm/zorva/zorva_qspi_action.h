@@ -22,6 +22,6 @@ class ZORVA_QSPI_ACTION : public ZORVA_ACTION {
 
     // As set_property_value, for a text that stands in the pool already.
     void set_property_text(ZORVA_ACT_PROPERTY property, ZORVA_TEXT value) {
-        store_value(property, value);
+        store_value(property, std::move(value));
     }
 };

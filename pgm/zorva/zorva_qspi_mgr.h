@@ -39,6 +39,9 @@ class ZORVA_QSPI_MGR : public ZORVA_MGR {
     bool update_template_db(ZORVA_FLASH* flash, std::string db_dir) override;
     bool delete_template(std::string template_name) override;
 
+    // The good values of a parameter that is a number; nothing for any other parameter.
+    static std::optional<ZORVA_VALUE_RANGE> get_parameter_range(ZORVA_FLASH_PARAM param);
+
     // The file that update_template_db would write for the flows of a record, where nothing else
     // stands in it; empty if it couldn't.
     static std::string get_template_document(const std::string& template_name, ZORVA_FLASH* flash);

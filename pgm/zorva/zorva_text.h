@@ -1,22 +1,37 @@
-// Texts that recur in thousands of actions, held once for the process.
+// Texts that recur in thousands of actions: each is held once, for as long as something uses it.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
-// A text by its number in the pool. The pool only grows: a flow's texts recur from device to
-// device, so it stays far smaller than the flows themselves.
+// A counted reference to a text in the pool of all texts, half the size of a pointer. The pool
+// forgets a text when its last reference goes. One thread at a time may use any of them.
 class ZORVA_TEXT {
   public:
-    ZORVA_TEXT() = default;  // not set: reads as the empty text
+    ZORVA_TEXT() = default;  // the empty text
     explicit ZORVA_TEXT(std::string_view text);
+    ZORVA_TEXT(const ZORVA_TEXT& other) : m_number(other.m_number) {
+        if (m_number != 0) refer();
+    }
+    ZORVA_TEXT(ZORVA_TEXT&& other) noexcept : m_number(std::exchange(other.m_number, 0)) {}
+    ZORVA_TEXT& operator=(ZORVA_TEXT other) noexcept {
+        std::swap(m_number, other.m_number);
+        return *this;
+    }
+    ~ZORVA_TEXT() {
+        if (m_number != 0) release();
+    }
 
-    // Valid for the life of the process.
+    // Valid while a reference to the same text lives.
     const std::string& get() const;
-    // Equal texts have equal numbers, counted up from 0.
+    // The text's place in the pool; 0 for the empty text.
     std::uint32_t number() const { return m_number; }
 
   private:
+    void refer() const;
+    void release() const;
+
     std::uint32_t m_number = 0;
 };

@@ -121,7 +121,9 @@ void keep_database() {
     using S = PGMIO_CONFIG_SCHEME;
     using T = std::string;
     keep(&ZORVA_TEXT::get, one<A&(const A&)>(&A::operator=), &A::get_name, &A::set_name,
-         &A::get_property_enum_list, &O::get_name, &O::set_name, &O::get_operation_description);
+         &A::get_property_enum_list, &A::find_property, &A::get_property_kind,
+         &A::get_property_range, &A::judge_property_value, &O::get_name, &O::set_name,
+         &O::get_operation_description);
     keep(&M::get_db_kestrin_dir, &M::get_db_custom_dir, &M::set_db_custom_dir,
          &M::get_custom_dir_from_ini, &M::save_custom_dir_to_ini,
          &M::convert_data_list_string_to_byte_array, &M::get_flash_list_with_id,
@@ -130,7 +132,8 @@ void keep_database() {
          &M::get_change_outcome, &M::read_document, &M::get_load_report, &M::get_definition_file,
          &M::get_file_mask, one<J(P, const T&) const>(&M::judge_parameter),
          one<J(P, dword) const>(&M::judge_parameter), &ZORVA_QSPI_MGR::get_template_document,
-         &ZORVA_QSPI_MGR::judge_files, &ZORVA_QSPI_MGR::judge_bytes, &ZORVA_SDMMC_MGR::judge_files,
+         &ZORVA_QSPI_MGR::get_parameter_range, &ZORVA_QSPI_MGR::judge_files,
+         &ZORVA_QSPI_MGR::judge_bytes, &ZORVA_SDMMC_MGR::judge_files,
          &ZORVA_SDMMC_MGR::judge_bytes);
     using H = ZORVA_HELPER;
     keep(&H::find_document_family, &H::get_shipped_file);
@@ -164,7 +167,8 @@ void keep_database() {
     const PGM_COMMON_XML::REGISTRAR registrar(PGM_COMMON_XML_DOCUMENT{});
     const PGM_XML_ATTRIBUTE attribute("", {}, {}, "", "", nullptr);
     delete new element({}, {}, {}, {}, "", "", nullptr);
-    const ZORVA_TEXT text("");
+    ZORVA_TEXT text("");
+    text = ZORVA_TEXT(text);  // refers and releases
     derived<ZORVA_QSPI_ACTION> one_action(ZORVA_ACT_TYPE_ERASE);
     derived<ZORVA_QSPI_OPERATION> operation(ZORVA_OP_TYPE_ERASE);
     const derived<ZORVA_QSPI_OPERATION> copy(operation);

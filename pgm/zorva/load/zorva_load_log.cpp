@@ -9,10 +9,6 @@
 
 namespace {
 
-ZORVA_FINDING finding_of(const ZORVA_REFUSAL& refusal) {
-    return {zorva_message_row(refusal.message).id, zorva_sentence(refusal), refusal.line};
-}
-
 // One line of what check_xsd tells of a file.
 ZORVA_FINDING finding_in(std::string_view line, const std::string& file) {
     ZORVA_FINDING finding{0, {}, 0};
@@ -41,7 +37,7 @@ ZORVA_DEFINITION zorva_definition(const ZORVA_WALKED& walked) {
 void zorva_report_refused(ZORVA_DEFINITION& definition,
                           const std::vector<ZORVA_REFUSAL>& refusals) {
     definition.state = ZORVA_DEFINITION_STATE::REFUSED;
-    std::ranges::transform(refusals, std::back_inserter(definition.findings), finding_of);
+    std::ranges::transform(refusals, std::back_inserter(definition.findings), zorva_finding);
 }
 
 void zorva_report_skipped(ZORVA_FILE_REPORT& report, const std::string& text) {

@@ -162,12 +162,5 @@ std::string ZORVA_MGR::get_definition_file(const ZORVA_DEFINITION_KEY& key,
 
 unsigned char* ZORVA_MGR::convert_data_list_string_to_byte_array(std::string data_string,
                                                                  dword* length, bool* valid) {
-    ZORVA_ASSERT(!data_string.empty());
-    const std::optional<std::vector<unsigned char>> bytes = zorva_data_list_bytes(data_string);
-    if (valid) *valid = bytes.has_value();
-    if (length) *length = bytes ? static_cast<dword>(bytes->size()) : 0;
-    if (!bytes) return nullptr;
-    auto* array = new unsigned char[bytes->size()];
-    std::ranges::copy(*bytes, array);
-    return array;
+    return zorva_data_list_array(data_string, length, valid);
 }

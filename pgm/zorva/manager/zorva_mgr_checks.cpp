@@ -1,14 +1,10 @@
 // The checks of device parameters that both managers share.
 #include "pgm/zorva/manager/zorva_mgr_parts.h"
+#include "pgm/zorva/rules/zorva_name.h"
 #include "pgm/zorva/rules/zorva_operation_table.h"
 #include "pgm/zorva/rules/zorva_report.h"
 
-bool ZORVA_MGR::is_valid_name(std::string& name) {
-    constexpr const char* allowed =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
-    // "db" would give a device the shipped files' prefix.
-    return !name.empty() && name != "db" && name.find_first_not_of(allowed) == name.npos;
-}
+bool ZORVA_MGR::is_valid_name(std::string& name) { return zorva_is_definition_name(name); }
 
 bool ZORVA_MGR::is_golden_template_name(std::string& name) { return zorva_is_golden_vendor(name); }
 
@@ -79,7 +75,7 @@ bool is_number(ZORVA_FLASH_PARAM param) {
 
 std::optional<ZORVA_FINDING> finding_of(const std::optional<ZORVA_REFUSAL>& refusal) {
     if (!refusal) return {};
-    return ZORVA_FINDING{zorva_message_row(refusal->message).id, zorva_sentence(*refusal), 0};
+    return zorva_finding(*refusal);
 }
 
 }  // namespace
@@ -141,8 +137,7 @@ bool ZORVA_MGR::is_parameter_compatible(ZORVA_FLASH_PARAM param, std::string val
 
 std::vector<ZORVA_MESSAGE_INFO> ZORVA_MGR::get_message_list() {
     std::vector<ZORVA_MESSAGE_INFO> messages;
-    for (int place = 0; place < ZORVA_MESSAGE_COUNT; ++place) {
-        const ZORVA_MESSAGE_ROW& row = zorva_message_row(static_cast<ZORVA_MESSAGE>(place));
+    for (const ZORVA_MESSAGE_ROW& row : zorva_messages()) {
         const bool has_text = row.shape != ZORVA_MESSAGE_SHAPE::NONE;
         messages.push_back(
             {row.id, row.type == MSG_POST_ERROR, has_text ? row.name : "", row.text});

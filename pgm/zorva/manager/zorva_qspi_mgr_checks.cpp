@@ -2,6 +2,16 @@
 #include "pgm/zorva/qspi/zorva_qspi_interface.h"
 #include "pgm/zorva/zorva_qspi_mgr.h"
 
+#include <algorithm>
+
+std::optional<ZORVA_VALUE_RANGE> ZORVA_QSPI_MGR::get_parameter_range(ZORVA_FLASH_PARAM param) {
+    const auto params = zorva_qspi_params();
+    const auto row = std::ranges::find(params, param, &ZORVA_QSPI_PARAM_ROW::param);
+    if (row == params.end() || !row->number) return {};
+    return ZORVA_VALUE_RANGE{
+        .form = ZORVA_FORM::NUMBER, .least = row->number->least, .most = row->number->most};
+}
+
 bool ZORVA_QSPI_MGR::device_id_is_valid(std::string id, std::string* err_msg) {
     return zorva_passes(judge(ZORVA_FLASH_PARAM_ID, id), err_msg);
 }

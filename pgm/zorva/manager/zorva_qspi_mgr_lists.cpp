@@ -1,5 +1,6 @@
 // The lists of the QSPI manager and their filters.
 #include "pgm/zorva/manager/zorva_mgr_parts.h"
+#include "pgm/zorva/rules/zorva_families.h"
 #include "pgm/zorva/rules/zorva_operation_table.h"
 #include "pgm/zorva/rules/zorva_report.h"
 #include "pgm/zorva/zorva_qspi_mgr.h"
@@ -15,7 +16,7 @@ namespace {
 
 // Only these two families program Issi devices.
 bool takes_issi(DEV_FAMILY_ENUM family) {
-    return family == static_cast<DEV_FAMILY_ENUM>(28) || family == static_cast<DEV_FAMILY_ENUM>(23);
+    return family == ZORVA_FAMILY_ORLANE || family == ZORVA_FAMILY_HALDEN;
 }
 
 // Devices of the default table that scheme 13 can't use carry this mark in their names.

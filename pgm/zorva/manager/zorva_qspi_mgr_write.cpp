@@ -22,7 +22,7 @@ std::unique_ptr<PGM_COMMON_XML_ELEMENT> parameter_element(const ZORVA_QSPI_PARAM
                                                           ZORVA_FLASH& flash) {
     if (row.param == ZORVA_FLASH_PARAM_NAME) return text_element(row.tag, flash.get_name());
     if (row.param == ZORVA_FLASH_PARAM_DENSITY) return text_element(row.tag, flash.get_density());
-    if (!row.is_number) return text_element(row.tag, flash.get_parameter_value(row.param));
+    if (!row.number) return text_element(row.tag, flash.get_parameter_value(row.param));
     auto element = new_element(row.tag);
     element->write_value(flash.get_parameter_value_in_dword(row.param, nullptr));
     return element;

@@ -2,6 +2,7 @@
 
 #include "pgm/zorva/load/zorva_lint.h"
 #include "pgm/zorva/manager/zorva_mgr_parts.h"
+#include "pgm/zorva/rules/zorva_families.h"
 #include "pgm/zorva/rules/zorva_report.h"
 #include "pgm/zorva/sdmmc/zorva_sdmmc_interface.h"
 #include "pgm/zorva/zorva_sdmmc_flash.h"
@@ -13,9 +14,8 @@ namespace {
 bool custom_devices_are_enabled() { return cfg_is_on("pgm_enable_custom_sdmmc", false).value; }
 
 bool is_served(const PGMDEV_DEVICE_INFO& info) {
-    constexpr auto orlane = static_cast<DEV_FAMILY_ENUM>(28);
-    return info.sdmmc &&
-           (info.family != orlane || cfg_is_on("pgm_enable_sdmmc_orlane", false).value);
+    return info.sdmmc && (info.family != ZORVA_FAMILY_ORLANE ||
+                          cfg_is_on("pgm_enable_sdmmc_orlane", false).value);
 }
 
 void add_text(PGM_COMMON_XML_ELEMENT& parent, PGM_COMMON_XML_ENUM tag, const std::string& text) {

@@ -2,8 +2,8 @@
 
 #include "pgm/zorva/load/zorva_xml_file.h"
 #include "pgm/zorva/rules/zorva_data_list.h"
+#include "pgm/zorva/rules/zorva_table.h"
 
-#include <algorithm>
 #include <iterator>
 
 namespace {
@@ -14,22 +14,22 @@ constexpr const char* io_voltages[] = {"1.8V", "3.0V/3.3V"};
 constexpr const char* densities[] = {"1Mb",  "2Mb",   "4Mb",   "8Mb",   "16Mb",   "32Mb",
                                      "64Mb", "128Mb", "256Mb", "512Mb", "1024Mb", "2048Mb"};
 
+constexpr ZORVA_NUMBER_RULE dies{1, ~dword{0}, ZORVA_MESSAGE::INVALID_TOTAL_DEVICE_DIE};
+constexpr ZORVA_NUMBER_RULE dummy_cycles{0, 15, ZORVA_MESSAGE::INVALID_DEVICE_DUMMY_CLOCK_CYCLE};
+
 constexpr ZORVA_QSPI_PARAM_ROW param_table[] = {
-    {ZORVA_FLASH_PARAM_NAME, PGM_COMMON_XML_ENUM_DEVICE_NAME, false},
-    {ZORVA_FLASH_PARAM_ID, PGM_COMMON_XML_ENUM_DEVICE_ID, false},
-    {ZORVA_FLASH_PARAM_IO_VOLTAGE, PGM_COMMON_XML_ENUM_DEVICE_IO_VOLTAGE, false},
-    {ZORVA_FLASH_PARAM_DENSITY, PGM_COMMON_XML_ENUM_DEVICE_DENSITY, false},
-    {ZORVA_FLASH_PARAM_TOTAL_DIE, PGM_COMMON_XML_ENUM_TOTAL_DEVICE_DIE, true},
-    {ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE, PGM_COMMON_XML_ENUM_DUMMY_CLOCK_CYCLE, true},
-    {ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE_X4, PGM_COMMON_XML_ENUM_DUMMY_CLOCK_CYCLE_X4, true},
-    {ZORVA_FLASH_PARAM_TEMPLATE_NAME, PGM_COMMON_XML_ENUM__INVALID__, false},
-    {ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE, PGM_COMMON_XML_ENUM_PROG_FLOW_TEMPLATE, false},
+    {ZORVA_FLASH_PARAM_NAME, PGM_COMMON_XML_ENUM_DEVICE_NAME},
+    {ZORVA_FLASH_PARAM_ID, PGM_COMMON_XML_ENUM_DEVICE_ID},
+    {ZORVA_FLASH_PARAM_IO_VOLTAGE, PGM_COMMON_XML_ENUM_DEVICE_IO_VOLTAGE},
+    {ZORVA_FLASH_PARAM_DENSITY, PGM_COMMON_XML_ENUM_DEVICE_DENSITY},
+    {ZORVA_FLASH_PARAM_TOTAL_DIE, PGM_COMMON_XML_ENUM_TOTAL_DEVICE_DIE, dies},
+    {ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE, PGM_COMMON_XML_ENUM_DUMMY_CLOCK_CYCLE, dummy_cycles},
+    {ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE_X4, PGM_COMMON_XML_ENUM_DUMMY_CLOCK_CYCLE_X4, dummy_cycles},
+    {ZORVA_FLASH_PARAM_TEMPLATE_NAME, PGM_COMMON_XML_ENUM__INVALID__},
+    {ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE, PGM_COMMON_XML_ENUM_PROG_FLOW_TEMPLATE},
 };
-constexpr bool rows_stand_in_order() {
-    int place = 0;
-    return std::ranges::all_of(param_table, [&](const auto& row) { return row.param == place++; });
-}
-static_assert(std::size(param_table) == 9 && rows_stand_in_order());
+static_assert(std::size(param_table) == ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE + 1);
+static_assert(zorva_rows_stand_in_order(param_table, &ZORVA_QSPI_PARAM_ROW::param));
 
 }  // namespace
 
@@ -51,22 +51,9 @@ std::span<const ZORVA_QSPI_PARAM_ROW> zorva_qspi_params() { return param_table; 
 namespace {
 
 std::optional<ZORVA_REFUSAL> judge_device_id(std::string_view id) {
-    constexpr std::string_view allowed = "abcdefxABCDEF0123456789 ";
-    if (id.find_first_not_of(allowed) == id.npos && zorva_data_list_length(id)) return {};
+    if (zorva_data_list_length(id)) return {};
     return ZORVA_REFUSAL{
         ZORVA_MESSAGE::INVALID_DEVICE_ID_WITH_EMPTY_STRING_OR_SPECIAL_CHAR, std::string(id), {}};
-}
-
-std::optional<ZORVA_REFUSAL> judge_total_device_die(dword value) {
-    if (value != 0) return {};
-    return ZORVA_REFUSAL{ZORVA_MESSAGE::INVALID_TOTAL_DEVICE_DIE, std::to_string(value), {}};
-}
-
-std::optional<ZORVA_REFUSAL> judge_dummy_clock_cycle(dword value) {
-    constexpr dword most = 15;
-    if (value <= most) return {};
-    return ZORVA_REFUSAL{
-        ZORVA_MESSAGE::INVALID_DEVICE_DUMMY_CLOCK_CYCLE, std::to_string(value), {}};
 }
 
 }  // namespace
@@ -81,8 +68,10 @@ std::optional<ZORVA_REFUSAL> ZORVA_QSPI_INTERFACE::judge(ZORVA_FLASH_PARAM param
 
 std::optional<ZORVA_REFUSAL> ZORVA_QSPI_INTERFACE::judge(ZORVA_FLASH_PARAM param,
                                                          dword value) const {
-    if (param == ZORVA_FLASH_PARAM_TOTAL_DIE) return judge_total_device_die(value);
-    return judge_dummy_clock_cycle(value);
+    const std::optional<ZORVA_NUMBER_RULE>& rule =
+        param_table[static_cast<std::size_t>(param)].number;
+    if (!rule || (rule->least <= value && value <= rule->most)) return {};
+    return ZORVA_REFUSAL{rule->message, value, {}};
 }
 
 std::span<const ZORVA_GOLDEN_VENDOR_ROW> ZORVA_QSPI_INTERFACE::golden_vendors() const {

@@ -27,11 +27,18 @@ class ZORVA_QSPI_INTERFACE final : public ZORVA_INTERFACE {
 };
 extern const ZORVA_QSPI_INTERFACE zorva_qspi_interface;
 
+// The good values of a parameter that is a number, and the message for any other value.
+struct ZORVA_NUMBER_RULE {
+    dword least;
+    dword most;
+    ZORVA_MESSAGE message;
+};
+
 // One parameter of a device, as it stands in a file.
 struct ZORVA_QSPI_PARAM_ROW {
     ZORVA_FLASH_PARAM param;
     PGM_COMMON_XML_ENUM tag;  // child of DEVICE_INFO; _INVALID__ if it isn't stored with a device
-    bool is_number;
+    std::optional<ZORVA_NUMBER_RULE> number = {};  // nothing for a text
 };
 
 // All nine parameters; the order is that of their numbers, of the document and of the checks.

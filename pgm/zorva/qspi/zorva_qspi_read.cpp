@@ -17,7 +17,7 @@ namespace {
 // Takes a parameter from its child, null if that is missing; what is wrong with it.
 std::optional<ZORVA_REFUSAL> read_parameter(ZORVA_FLASH& flash, const ZORVA_QSPI_PARAM_ROW& row,
                                             const PGM_COMMON_XML_ELEMENT* child) {
-    if (row.is_number) {
+    if (row.number) {
         const dword number = child ? child->read_number() : 0;
         flash.set_parameter_value(row.param, number);
         return zorva_qspi_interface.judge(row.param, number);
@@ -53,7 +53,7 @@ ZORVA_TEXT read_property(const PGM_COMMON_XML_ELEMENT& xml_action,
     }
     child->read_value_into(value);
     if (kind.tag == PGM_COMMON_XML_ENUM_DESCRIPTION) value = zorva_unescape_description(value);
-    const ZORVA_TEXT text(value);
+    ZORVA_TEXT text(value);
     if (!zorva_is_good(property, text))
         zorva_keep_refusal(zorva_judge_property(property, value), *child, refusals);
     return text;
@@ -77,12 +77,12 @@ std::unique_ptr<ZORVA_ACTION> read_action(const PGM_COMMON_XML_ELEMENT& xml_acti
     const ZORVA_ACTION_TYPE_ROW& type = zorva_action_type_of_keyword(keyword);
     auto action = std::make_unique<ZORVA_QSPI_ACTION>(new_action(type.type));
     std::string value;
-    for (int place = 0; place < type.count; ++place) {
-        const auto property = static_cast<ZORVA_ACT_PROPERTY>(type.first + place);
-        const PGM_COMMON_XML_ELEMENT* child = child_of(xml_action, static_cast<std::size_t>(place),
-                                                       zorva_property_kind(property).tag);
-        const ZORVA_TEXT text = read_property(xml_action, child, property, value, refusals);
-        if (refusals.empty()) action->set_property_text(property, text);
+    for (std::size_t place = 0; place < type.properties.size(); ++place) {
+        const ZORVA_ACT_PROPERTY property = type.properties[place];
+        const PGM_COMMON_XML_ELEMENT* child =
+            child_of(xml_action, place, zorva_property_kind(property).tag);
+        ZORVA_TEXT text = read_property(xml_action, child, property, value, refusals);
+        if (refusals.empty()) action->set_property_text(property, std::move(text));
     }
     return action;
 }

@@ -37,29 +37,34 @@ std::optional<unsigned char> item_byte(std::string_view item) {
     return static_cast<unsigned char>(number);
 }
 
-// Hands each byte to `take`; the number of bytes, or nothing at the first bad item.
-template <class Take>
-std::optional<std::size_t> walk_items(std::string_view text, Take take) {
-    std::size_t count = 0;
-    for (std::string_view item; !(item = next_item(text)).empty(); ++count) {
-        const std::optional<unsigned char> byte = item_byte(item);
-        if (!byte) return {};
-        take(*byte);
-    }
-    if (count == 0) return {};
-    return count;
-}
-
 }  // namespace
-
-std::optional<std::size_t> zorva_data_list_length(std::string_view text) {
-    return walk_items(text, [](unsigned char) {});
-}
 
 std::optional<std::vector<unsigned char>> zorva_data_list_bytes(std::string_view text) {
     std::vector<unsigned char> bytes;
-    if (!walk_items(text, [&](unsigned char byte) { bytes.push_back(byte); })) return {};
+    for (std::string_view item; !(item = next_item(text)).empty();) {
+        const std::optional<unsigned char> byte = item_byte(item);
+        if (!byte) return {};
+        bytes.push_back(*byte);
+    }
+    if (bytes.empty()) return {};
     return bytes;
+}
+
+std::optional<std::size_t> zorva_data_list_length(std::string_view text) {
+    if (text.find_first_not_of("abcdefxABCDEF0123456789 ") != text.npos) return {};
+    const auto bytes = zorva_data_list_bytes(text);
+    return bytes ? std::optional(bytes->size()) : std::nullopt;
+}
+
+unsigned char* zorva_data_list_array(std::string_view data_string, dword* length, bool* valid) {
+    ZORVA_ASSERT(!data_string.empty());
+    const auto bytes = zorva_data_list_bytes(data_string);
+    if (valid) *valid = bytes.has_value();
+    if (length) *length = bytes ? static_cast<dword>(bytes->size()) : 0;
+    if (!bytes) return nullptr;
+    auto* array = new unsigned char[bytes->size()];
+    std::ranges::copy(*bytes, array);
+    return array;
 }
 
 dword zorva_little_endian(const std::vector<unsigned char>& bytes) {

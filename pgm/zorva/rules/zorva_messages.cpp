@@ -3,13 +3,31 @@
 #include <algorithm>
 #include <array>
 #include <memory>
-#include <string_view>
+#include <vector>
 
 namespace {
+
+// What a refusal holds, handed to a factory of each shape.
+template <MSG_BASE* (*FACTORY)(const std::string&)>
+MSG_BASE* create_from_text(const ZORVA_REFUSAL& refusal) {
+    return FACTORY(std::get<std::string>(refusal.value));
+}
+template <MSG_BASE* (*FACTORY)(dword)>
+MSG_BASE* create_from_number(const ZORVA_REFUSAL& refusal) {
+    return FACTORY(std::get<dword>(refusal.value));
+}
+template <MSG_BASE* (*FACTORY)(const std::string&, const std::string&)>
+MSG_BASE* create_from_two_texts(const ZORVA_REFUSAL& refusal) {
+    return FACTORY(std::get<std::string>(refusal.value), refusal.directory);
+}
 
 constexpr MSG_POST_TYPE post_type_W = MSG_POST_WARNING;
 constexpr MSG_POST_TYPE post_type_E = MSG_POST_ERROR;
 
+#define ZORVA_CREATE_NONE(name) nullptr
+#define ZORVA_CREATE_TEXT(name) create_from_text<ZORVA_##name>
+#define ZORVA_CREATE_NUMBER(name) create_from_number<ZORVA_##name>
+#define ZORVA_CREATE_TWO_TEXTS(name) create_from_two_texts<ZORVA_##name>
 constexpr ZORVA_MESSAGE_ROW message_table[] = {
 #define ZORVA_MESSAGE_TABLE_ROW(id, grade, name, shape, text)                                      \
     {id,                                                                                           \
@@ -17,11 +35,11 @@ constexpr ZORVA_MESSAGE_ROW message_table[] = {
      ZORVA_MESSAGE_SHAPE::shape,                                                                   \
      "ZORVA_" #name,                                                                               \
      text,                                                                                         \
-     text "/" #grade "ZORVA_" #name},
+     text "/" #grade "ZORVA_" #name,                                                               \
+     ZORVA_CREATE_##shape(name)},
     ZORVA_MESSAGES(ZORVA_MESSAGE_TABLE_ROW)
 #undef ZORVA_MESSAGE_TABLE_ROW
 };
-static_assert(std::size(message_table) == ZORVA_MESSAGE_COUNT);
 
 // Callers compare these two sentences, which differ from the posted texts by a word.
 struct SENTENCE_OVERRIDE {
@@ -38,46 +56,48 @@ constexpr SENTENCE_OVERRIDE sentence_overrides[] = {
 };
 
 constexpr auto registered_ids = [] {
-    std::array<unsigned, ZORVA_MESSAGE_COUNT> ids{};
+    std::array<unsigned, std::size(message_table)> ids{};
     std::ranges::transform(message_table, ids.begin(), &ZORVA_MESSAGE_ROW::id);
     return ids;
 }();
 constexpr auto registered_types = [] {
-    std::array<MSG_POST_TYPE, ZORVA_MESSAGE_COUNT> types{};
+    std::array<MSG_POST_TYPE, std::size(message_table)> types{};
     std::ranges::transform(message_table, types.begin(), &ZORVA_MESSAGE_ROW::type);
     return types;
 }();
 const MSG_ID_REGISTRAR registrar(registered_ids.data(), registered_types.data(),
                                  registered_ids.size());
 
-using VALUES = std::vector<std::string>;
-
-MSG_BASE* new_warning(ZORVA_MESSAGE message, const VALUES& values) {
+MSG_BASE* new_message(ZORVA_MESSAGE message, const std::vector<std::string>& values) {
     const ZORVA_MESSAGE_ROW& row = zorva_message_row(message);
-    if (MSG_INDEX::get_default_index()->is_suppressed(row.id)) return new MSG_W_NULL;
-    auto warning = std::make_unique<MSG_W>(nullptr);
-    warning->fill_values(row.catalogue, values);
-    warning->set_severity_level(1);
-    warning->set_id(row.id);
-    return warning.release();
+    const bool is_error = row.type == MSG_POST_ERROR;
+    // Errors can't be suppressed and carry no severity level.
+    if (!is_error && MSG_INDEX::get_default_index()->is_suppressed(row.id)) return new MSG_W_NULL;
+    std::unique_ptr<MSG_BASE> made;
+    if (is_error)
+        made = std::make_unique<MSG_E>(nullptr);
+    else
+        made = std::make_unique<MSG_W>(nullptr);
+    made->fill_values(row.catalogue, values);
+    if (!is_error) made->set_severity_level(1);
+    made->set_id(row.id);
+    return made.release();
 }
 
-// Errors can't be suppressed and carry no severity level.
-MSG_BASE* new_error(ZORVA_MESSAGE message, const VALUES& values) {
-    const ZORVA_MESSAGE_ROW& row = zorva_message_row(message);
-    auto error = std::make_unique<MSG_E>(nullptr);
-    error->fill_values(row.catalogue, values);
-    error->set_id(row.id);
-    return error.release();
-}
-
-const char* sentence_text(ZORVA_MESSAGE message) {
+std::string sentence_text(ZORVA_MESSAGE message) {
     for (const SENTENCE_OVERRIDE& row : sentence_overrides)
         if (row.message == message) return row.text;
     return zorva_message_row(message).text;
 }
 
+std::string text_of(const ZORVA_REFUSAL& refusal) {
+    const dword* number = std::get_if<dword>(&refusal.value);
+    return number ? std::to_string(*number) : std::get<std::string>(refusal.value);
+}
+
 }  // namespace
+
+std::span<const ZORVA_MESSAGE_ROW> zorva_messages() { return message_table; }
 
 const ZORVA_MESSAGE_ROW& zorva_message_row(ZORVA_MESSAGE message) {
     return message_table[static_cast<std::size_t>(message)];
@@ -86,36 +106,33 @@ const ZORVA_MESSAGE_ROW& zorva_message_row(ZORVA_MESSAGE message) {
 #define ZORVA_FACTORY_NONE(name)
 #define ZORVA_FACTORY_TEXT(name)                                                                   \
     MSG_BASE* ZORVA_##name(const std::string& value) {                                             \
-        return new_warning(ZORVA_MESSAGE::name, {value});                                          \
+        return new_message(ZORVA_MESSAGE::name, {value});                                          \
     }
 #define ZORVA_FACTORY_NUMBER(name)                                                                 \
     MSG_BASE* ZORVA_##name(dword value) {                                                          \
-        return new_warning(ZORVA_MESSAGE::name, {std::to_string(value)});                          \
+        return new_message(ZORVA_MESSAGE::name, {std::to_string(value)});                          \
     }
 #define ZORVA_FACTORY_TWO_TEXTS(name)                                                              \
     MSG_BASE* ZORVA_##name(const std::string& value, const std::string& directory) {               \
-        return new_error(ZORVA_MESSAGE::name, {value, directory});                                 \
+        return new_message(ZORVA_MESSAGE::name, {value, directory});                               \
     }
 #define ZORVA_FACTORY(id, grade, name, shape, text) ZORVA_FACTORY_##shape(name)
 ZORVA_MESSAGES(ZORVA_FACTORY)
 #undef ZORVA_FACTORY
 
 std::string zorva_sentence(const ZORVA_REFUSAL& refusal) {
-    std::string sentence;
-    std::string_view rest = sentence_text(refusal.message);
-    // A placeholder is "%N!s!" or "%N!d!".
-    for (std::size_t at; (at = rest.find('%')) != rest.npos; rest.remove_prefix(at + 5)) {
-        sentence += rest.substr(0, at);
-        sentence += rest[at + 1] == '1' ? refusal.value : refusal.directory;
-    }
-    return sentence += rest;
+    // The message service fills in the values here too, so that no second reader of placeholders
+    // is needed. It takes a text up to the last slash.
+    MSG_W sentence(nullptr);
+    sentence.fill_values(sentence_text(refusal.message) + "/W",
+                         {text_of(refusal), refusal.directory});
+    return sentence.get_text();
+}
+
+ZORVA_FINDING zorva_finding(const ZORVA_REFUSAL& refusal) {
+    return {zorva_message_row(refusal.message).id, zorva_sentence(refusal), refusal.line};
 }
 
 void zorva_post(const ZORVA_REFUSAL& refusal) {
-    const bool is_error =
-        zorva_message_row(refusal.message).shape == ZORVA_MESSAGE_SHAPE::TWO_TEXTS;
-    const std::unique_ptr<MSG_BASE> message(
-        is_error ? new_error(refusal.message, {refusal.value, refusal.directory})
-                 : new_warning(refusal.message, {refusal.value}));
-    message->post();
+    std::unique_ptr<MSG_BASE>(zorva_message_row(refusal.message).create(refusal))->post();
 }

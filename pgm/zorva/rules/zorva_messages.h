@@ -1,13 +1,16 @@
 // The catalogue of the registered messages.
 #pragma once
 
+#include "pgm/zorva/zorva_finding.h"
 #include "services/message.h"
 #include "services/types.h"
 
+#include <span>
 #include <string>
+#include <variant>
 
-// X(id, grade letter, name, argument shape, text): one row a message, in the order of
-// registration. The full name is "ZORVA_" and the name.
+// The messages in the order of registration, each as X(id, grade letter, name, argument shape,
+// text). The grade is W for a warning and E for an error; the full name is "ZORVA_" and the name.
 #define ZORVA_MESSAGES(X)                                                                          \
     X(20473, W, INVALID_DEVICE_NAME_WITH_EMPTY_STRING_OR_SPECIAL_CHAR, TEXT,                       \
       "Device name '%1!s!' is invalid as it contains either an empty string or special "           \
@@ -99,6 +102,15 @@ enum class ZORVA_MESSAGE : unsigned char {
 // What the arguments of a message's text are.
 enum class ZORVA_MESSAGE_SHAPE : unsigned char { NONE, TEXT, NUMBER, TWO_TEXTS };
 
+// A refused value: which message tells of it, and with what. A judge returns one and posts
+// nothing, so that a file can be judged in silence.
+struct ZORVA_REFUSAL {
+    ZORVA_MESSAGE message;
+    std::variant<std::string, dword> value;  // a number for a message of shape NUMBER
+    std::string directory;                   // for a message of shape TWO_TEXTS
+    dword line = 0;  // of the element in its file; 0 if the value came from no file
+};
+
 struct ZORVA_MESSAGE_ROW {
     unsigned id;
     MSG_POST_TYPE type;
@@ -106,13 +118,16 @@ struct ZORVA_MESSAGE_ROW {
     const char* name;       // "ZORVA_INVALID_DEVICE_DENSITY"
     const char* text;       // "Device density '%1!s!' is invalid."
     const char* catalogue;  // text, slash, grade letter, name: what MSG_BASE::fill_args takes
+    // The message's factory below, with what a refusal holds; null for shape NONE.
+    MSG_BASE* (*create)(const ZORVA_REFUSAL& refusal);
 };
 
-inline constexpr int ZORVA_MESSAGE_COUNT = 33;
+// All rows, in the order of registration.
+std::span<const ZORVA_MESSAGE_ROW> zorva_messages();
 const ZORVA_MESSAGE_ROW& zorva_message_row(ZORVA_MESSAGE message);
 
-// The factories, one a message and named after it: ZORVA_INVALID_DEVICE_DENSITY(value) and so on.
-// Each returns a new message that the caller posts and deletes. A warning that the host suppresses
+// The factory of each message, named after it: ZORVA_INVALID_DEVICE_DENSITY(value) and so on. It
+// returns a new message that the caller posts and deletes. A warning that the host suppresses
 // comes as a MSG_W_NULL.
 #define ZORVA_FACTORY_NONE(name)
 #define ZORVA_FACTORY_TEXT(name) MSG_BASE* ZORVA_##name(const std::string& value);
@@ -127,16 +142,9 @@ ZORVA_MESSAGES(ZORVA_FACTORY)
 #undef ZORVA_FACTORY_NUMBER
 #undef ZORVA_FACTORY_TWO_TEXTS
 
-// A refused value: which message tells of it, and with what. A judge returns one and posts
-// nothing, so that a file can be judged in silence.
-struct ZORVA_REFUSAL {
-    ZORVA_MESSAGE message;
-    std::string value;
-    std::string directory;  // second argument of a message that has two
-    dword line = 0;         // of the element in its file; 0 if the value came from no file
-};
-
 // The plain sentence that tells the user what is wrong.
 std::string zorva_sentence(const ZORVA_REFUSAL& refusal);
+// That sentence with the message's id and the line.
+ZORVA_FINDING zorva_finding(const ZORVA_REFUSAL& refusal);
 // Makes, posts and deletes the message.
 void zorva_post(const ZORVA_REFUSAL& refusal);

@@ -1,6 +1,7 @@
 #include "pgm/zorva/rules/zorva_operation_table.h"
 
 #include "pgm/zorva/rules/zorva_report.h"
+#include "pgm/zorva/rules/zorva_table.h"
 
 #include <algorithm>
 
@@ -36,17 +37,10 @@ constexpr ZORVA_GOLDEN_VENDOR_ROW golden_vendor_table[] = {
     {ZORVA_PROG_FLOW_TEMPLATE_ISSI, PGM_COMMON_XML_ENUM_ISSI, "Issi"},
 };
 
-// Row i holds value i.
-constexpr bool rows_stand_in_order() {
-    int operation = 0;
-    int vendor = 0;
-    return std::ranges::all_of(operation_table,
-                               [&](const auto& row) { return row.type == operation++; }) &&
-           std::ranges::all_of(golden_vendor_table,
-                               [&](const auto& row) { return row.number == vendor++; });
-}
-static_assert(rows_stand_in_order());
-static_assert(std::size(operation_table) == 5 && std::size(golden_vendor_table) == 5);
+static_assert(std::size(operation_table) == ZORVA_OP_TYPE_TERMINATION + 1);
+static_assert(zorva_rows_stand_in_order(operation_table, &ZORVA_OPERATION_ROW::type));
+static_assert(std::size(golden_vendor_table) == ZORVA_PROG_FLOW_TEMPLATE_COUNT);
+static_assert(zorva_rows_stand_in_order(golden_vendor_table, &ZORVA_GOLDEN_VENDOR_ROW::number));
 
 }  // namespace
 

@@ -2,6 +2,7 @@
 
 #include "pgm/zorva/load/zorva_elements.h"
 #include "pgm/zorva/load/zorva_xml_file.h"
+#include "pgm/zorva/rules/zorva_families.h"
 #include "pgm/zorva/zorva_sdmmc_flash.h"
 
 namespace {
@@ -36,7 +37,7 @@ std::unique_ptr<ZORVA_FLASH> ZORVA_SDMMC_INTERFACE::read_device(
 
 constinit const ZORVA_SDMMC_INTERFACE zorva_sdmmc_interface({
     .flash_family = DEV_FAMILY_SDMMC_FLASH,
-    .default_device_family = static_cast<DEV_FAMILY_ENUM>(48),
+    .default_device_family = ZORVA_FAMILY_SARNATH,
     .default_config_mode = PGMIO_CONFIG_SCHEME_SDMMC,
     .default_use_sdm_mode = true,
     .config_modes = config_modes,
