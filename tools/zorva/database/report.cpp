@@ -52,6 +52,16 @@ met_file as_meant(const std::vector<told_file>& told) {
 
 std::string definition::place() const { return fmt::format("{}:{}", file->path, is->line); }
 
+std::optional<definition> user_template_in_force(const ZORVA_MGR& manager,
+                                                 const std::string& name) {
+    for (const ZORVA_FILE_REPORT& file : manager.get_load_report())
+        for (const ZORVA_DEFINITION& is : file.definitions)
+            if (is.kind == ZORVA_DEFINITION_KIND::TEMPLATE && is.name == name &&
+                is.state == ZORVA_DEFINITION_STATE::IN_FORCE)
+                return definition{&file, &is};
+    return {};
+}
+
 const char* origin_name(ZORVA_ORIGIN origin) {
     switch (origin) {
         case ZORVA_ORIGIN::SHIPPED:
