@@ -91,6 +91,11 @@ void by_name(benchmark::State& state, LOOK_UP look_up) {
     }
 }
 
+void find_in_plain_map(benchmark::State& state) {
+    const auto& map = plain_map();
+    by_name(state, [&](const std::string& name) { return map.find(name)->second; });
+}
+
 void add_get_flash_ratio(int legacy_count) {
     add_ratio(
         "get_flash in 100000, " + std::to_string(legacy_count) +
@@ -100,10 +105,7 @@ void add_get_flash_ratio(int legacy_count) {
             ZORVA_QSPI_MGR& mgr = manager(legacy_count);
             by_name(state, [&](const std::string& name) { return mgr.get_flash(name, false); });
         },
-        [](benchmark::State& state) {
-            const auto& map = plain_map();
-            by_name(state, [&](const std::string& name) { return map.find(name)->second; });
-        });
+        find_in_plain_map);
 }
 
 void get_flash_with_id(benchmark::State& state) {
@@ -122,6 +124,18 @@ void walk_and_compare(benchmark::State& state) {
     }
 }
 
+// A record of the database and a new one change between two look-ups.
+void change_and_look_up(benchmark::State& state) {
+    ZORVA_QSPI_MGR& mgr = manager(300);
+    by_name(state, [&](const std::string& name) {
+        mgr.get_flash(name, true)
+            ->set_parameter_value(ZORVA_FLASH_PARAM_IO_VOLTAGE, std::string(io_voltage));
+        static ZORVA_FLASH* const fresh = mgr.create_flash("FRESH");
+        fresh->set_parameter_value(ZORVA_FLASH_PARAM_ID, std::string("0xC2 0x20 0x18"));
+        return mgr.get_flash(name, false);
+    });
+}
+
 }  // namespace
 
 void add_look_up_ratios() {
@@ -129,4 +143,6 @@ void add_look_up_ratios() {
     add_get_flash_ratio(30);
     add_ratio("get_flash_with_id, no match in 100000 / walk of a std::map", 2, get_flash_with_id,
               walk_and_compare);
+    add_ratio("record changed, then get_flash in 100000 / find in a std::map", 8,
+              change_and_look_up, find_in_plain_map);
 }

@@ -38,8 +38,10 @@ class least_amounts : public benchmark::BenchmarkReporter {
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
             const std::string& name = run.run_name.function_name;
-            if (run.error_occurred)
+            if (run.error_occurred) {
                 std::fprintf(stderr, "%s: %s\n", name.c_str(), run.error_message.c_str());
+                m_has_failed = true;
+            }
             if (run.error_occurred || run.run_type == Run::RT_Aggregate) continue;
             const auto counter = run.counters.find("amount");
             const double amount =
@@ -49,6 +51,7 @@ class least_amounts : public benchmark::BenchmarkReporter {
         }
     }
 
+    bool has_failed() const { return m_has_failed; }
     // Zero for a benchmark that wasn't run.
     double of(const std::string& name) const {
         const auto found = m_amounts.find(name);
@@ -57,6 +60,7 @@ class least_amounts : public benchmark::BenchmarkReporter {
 
   private:
     std::map<std::string, double> m_amounts;
+    bool m_has_failed = false;
 };
 
 // True if the limit is kept, or if the figure isn't asked for.
@@ -67,6 +71,7 @@ bool measure(const ratio& row) {
     benchmark::RunSpecifiedBenchmarks(&amounts);
     const double subject = amounts.of(row.subject_name());
     const double baseline = amounts.of(row.baseline_name());
+    if (amounts.has_failed()) return false;
     if (subject <= 0 || baseline <= 0) return true;
     const bool kept = subject / baseline <= row.limit;
     std::printf("%-66s %10.4g %10.4g %7.2f %7.2f%s\n", row.name.c_str(), subject, baseline,

@@ -11,7 +11,7 @@ foreach(name enum export)
 endforeach()
 # Callers include the first row; the second is what that brings.
 foreach(name helper mgr qspi_mgr qspi_flash qspi_operation qspi_action sdmmc_mgr sdmmc_flash
-             flash operation action change load_report text)
+             flash operation action template change load_report text)
   list(APPEND zorva_headers pgm/zorva/zorva_${name}.h)
 endforeach()
 

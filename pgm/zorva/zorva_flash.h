@@ -21,6 +21,17 @@ enum ZORVA_FLASH_PARAM : int {
     ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE = 8,  // text: the template that the flows came from
 };
 
+class ZORVA_FLASH;
+
+// Is told of a change to what a look-up asks of a record.
+class ZORVA_FLASH_WATCHER {
+  public:
+    virtual void on_change(ZORVA_FLASH& flash) = 0;
+
+  protected:
+    ~ZORVA_FLASH_WATCHER() = default;
+};
+
 // Setters store without checking: the checks are the manager's is_parameter_valid. A record owns
 // its operations; it isn't copyable.
 class ZORVA_FLASH {
@@ -69,12 +80,15 @@ class ZORVA_FLASH {
     virtual void set_parameter_value(ZORVA_FLASH_PARAM param, dword value) = 0;
     virtual void set_parameter_value(ZORVA_FLASH_PARAM param, std::string value) = 0;
 
-    // Counts the IDs and I/O voltages that were set, of all records, so that an index of them can
-    // tell its age.
-    static qword get_index_change_count() { return s_index_change_count; }
+    // For the database that the record stands in. The watcher outlives the record or is taken back
+    // by null.
+    void set_watcher(ZORVA_FLASH_WATCHER* watcher) { m_watcher = watcher; }
 
   protected:
-    static void count_index_change() { ++s_index_change_count; }
+    // To be called when the ID or the I/O voltage has been set.
+    void tell_watcher() {
+        if (m_watcher) m_watcher->on_change(*this);
+    }
     // What the concrete kinds do with a flow's list. Operations go from the last to the first.
     static void delete_operations(std::vector<ZORVA_OPERATION*>& list);
     static void add_operation(std::vector<ZORVA_OPERATION*>& list, ZORVA_OPERATION* operation);
@@ -82,10 +96,9 @@ class ZORVA_FLASH {
                                    std::vector<ZORVA_OPERATION*> operation_list);
 
   private:
-    static qword s_index_change_count;
-
     std::string m_name;
     std::string m_density;
     std::string m_db_dir;
     bool m_flash_removable_permission = false;
+    ZORVA_FLASH_WATCHER* m_watcher = nullptr;
 };

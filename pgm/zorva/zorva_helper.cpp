@@ -1,11 +1,15 @@
 #include "pgm/zorva/zorva_helper.h"
 
+#include "pgm/zorva/load/zorva_xml_file.h"
+#include "pgm/zorva/qspi/zorva_qspi_interface.h"
 #include "pgm/zorva/rules/zorva_report.h"
+#include "pgm/zorva/sdmmc/zorva_sdmmc_interface.h"
 #include "pgm/zorva/zorva_qspi_mgr.h"
 #include "pgm/zorva/zorva_sdmmc_mgr.h"
 #include "services/settings.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -13,6 +17,8 @@ namespace {
 DEV_FAMILY_ENUM s_active_flash_family = DEV_FAMILY_QSPI_FLASH;
 
 bool holds(const auto& list, auto value) { return std::ranges::find(list, value) != list.end(); }
+
+constexpr const ZORVA_INTERFACE* interfaces[] = {&zorva_qspi_interface, &zorva_sdmmc_interface};
 
 // The answer of is_zorva_flash once the manager is found.
 bool is_own_flash(ZORVA_MGR* manager, const std::string& device_name, bool skip_filtering) {
@@ -130,6 +136,21 @@ bool ZORVA_HELPER::is_supported_family(DEV_FAMILY_ENUM flash_family,
 
 bool ZORVA_HELPER::is_supported_mode(PGMIO_CONFIG_SCHEME config_mode) {
     return get_flash_manager(config_mode, false) != nullptr;
+}
+
+std::optional<DEV_FAMILY_ENUM> ZORVA_HELPER::find_document_family(const std::string& bytes) {
+    const std::string root = PGM_COMMON_XML::root_name(bytes);
+    const auto own = std::ranges::find_if(interfaces, [&](const ZORVA_INTERFACE* interface) {
+        return root ==
+               pgm_common_xml_name(PGM_COMMON_XML::new_root(interface->document)->get_type());
+    });
+    if (own == std::end(interfaces)) return {};
+    return (*own)->flash_family;
+}
+
+std::string ZORVA_HELPER::get_shipped_file(DEV_FAMILY_ENUM flash_family) {
+    const auto own = std::ranges::find(interfaces, flash_family, &ZORVA_INTERFACE::flash_family);
+    return own == std::end(interfaces) ? std::string() : zorva_golden_template_file(**own);
 }
 
 void ZORVA_HELPER::refresh_flash_managers() { get_helper()->refresh(); }

@@ -4,6 +4,7 @@
 #include "pgm/zorva/zorva_mgr.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,12 @@ class ZORVA_HELPER {
     static bool is_supported_family(DEV_FAMILY_ENUM flash_family);
     static bool is_supported_family(DEV_FAMILY_ENUM flash_family, DEV_FAMILY_ENUM device_family);
     static bool is_supported_mode(PGMIO_CONFIG_SCHEME config_mode);
+
+    // The flash family whose document some bytes are, whatever follows the start tag of the root
+    // element; nothing if they are none of ours.
+    static std::optional<DEV_FAMILY_ENUM> find_document_family(const std::string& bytes);
+    // Path of the file that holds the shipped devices of a flash family; empty for any other.
+    static std::string get_shipped_file(DEV_FAMILY_ENUM flash_family);
 
     static void refresh_flash_managers();
     // False, and nothing changes, if no manager serves it. The choice outlives every rebuild.

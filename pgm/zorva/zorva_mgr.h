@@ -5,41 +5,25 @@
 #include "pgm/zorva/zorva_change.h"
 #include "pgm/zorva/zorva_flash.h"
 #include "pgm/zorva/zorva_load_report.h"
-#include "pgm/zorva/zorva_operation.h"
+#include "pgm/zorva/zorva_template.h"
 #include "services/types.h"
 
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <unordered_map>
 #include <vector>
 
-class FIO_FIND;
 class PGM_COMMON_XML_ELEMENT;
 struct PGMDEV_DEVICE_INFO;
-class ZORVA_STORE;
-struct ZORVA_STORE_DEFINITION;
-struct ZORVA_INTERFACE;
-struct ZORVA_LEFTOVER;
+class ZORVA_INTERFACE;
+struct ZORVA_MGR_PARTS;
 struct ZORVA_REFUSAL;
 
 // What the database needs of a programmable device family.
 struct ZORVA_FAMILY_INFO {
     bool use_sdm_mode = false;
     std::string io_voltage;  // the only flash voltage that the family accepts
-};
-
-// A named pair of flows; owns its operations.
-struct ZORVA_USER_FLASH_TEMPLATE {
-    std::vector<ZORVA_OPERATION*> sdm_operation_list;
-    std::vector<ZORVA_OPERATION*> sfl_operation_list;
-
-    ZORVA_USER_FLASH_TEMPLATE() = default;
-    ~ZORVA_USER_FLASH_TEMPLATE();
-    ZORVA_USER_FLASH_TEMPLATE(const ZORVA_USER_FLASH_TEMPLATE&) = delete;
-    ZORVA_USER_FLASH_TEMPLATE& operator=(const ZORVA_USER_FLASH_TEMPLATE&) = delete;
 };
 
 // One row of the message catalogue.
@@ -110,17 +94,17 @@ class ZORVA_MGR {
     // there is nothing to remove. False, with warning 20560, if the file can't be changed.
     virtual bool delete_db(std::string device_name, std::string db_dir);
 
-    virtual DEV_FAMILY_ENUM get_flash_family() = 0;
+    virtual DEV_FAMILY_ENUM get_flash_family();
     // Device families that the interface serves, in ascending order.
-    virtual const std::vector<DEV_FAMILY_ENUM> get_device_family_list() = 0;
-    virtual const std::vector<PGMIO_CONFIG_SCHEME> get_config_mode_list() = 0;
+    virtual const std::vector<DEV_FAMILY_ENUM> get_device_family_list();
+    virtual const std::vector<PGMIO_CONFIG_SCHEME> get_config_mode_list();
     // Names of the devices that suit a family and a scheme; all of them with `skip_filtering`.
     virtual const std::vector<std::string> get_new_config_device_list(
         DEV_FAMILY_ENUM family, PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering) = 0;
     virtual const std::vector<std::string> get_legacy_config_device_list(
         DEV_FAMILY_ENUM family, PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering) = 0;
-    virtual const std::vector<std::string> get_device_io_voltage_list() = 0;
-    virtual const std::vector<std::string> get_device_density_list() = 0;
+    virtual const std::vector<std::string> get_device_io_voltage_list();
+    virtual const std::vector<std::string> get_device_density_list();
     // The golden templates, then the user's.
     virtual const std::vector<std::string> get_prog_flow_template_list() = 0;
     virtual const std::vector<std::string> get_user_template_list() = 0;
@@ -183,7 +167,7 @@ class ZORVA_MGR {
                                                                  dword* length, bool* valid);
 
     // What was met at load, file by file. Valid while the manager lives.
-    const ZORVA_LOAD_REPORT& get_load_report() const { return m_load_report; }
+    const ZORVA_LOAD_REPORT& get_load_report() const;
     // All devices whose ID equals `id` in the bits of `mask`, in name order.
     std::vector<ZORVA_FLASH*> get_flash_list_with_id(dword id, dword mask) const;
     // What is known of a family; null for one that the interface doesn't serve.
@@ -193,6 +177,18 @@ class ZORVA_MGR {
     // The file that update_db would write for a record, where nothing else stands in it; empty if
     // it couldn't. The values must have passed their checks.
     std::string get_flash_document(ZORVA_FLASH* flash);
+
+    // What is wrong with a value for a parameter of a new device, in the words of its check;
+    // nothing if it is good. Nothing is posted. A parameter that the manager doesn't check, or not
+    // in that form, is an internal error.
+    std::optional<ZORVA_FINDING> judge_parameter(ZORVA_FLASH_PARAM param,
+                                                 const std::string& value) const;
+    std::optional<ZORVA_FINDING> judge_parameter(ZORVA_FLASH_PARAM param, dword value) const;
+    // The mask that the names of the files have which a load reads.
+    static const char* get_file_mask();
+    // The file of its own that a definition gets in a directory, which ends in a slash.
+    static std::string get_definition_file(const ZORVA_DEFINITION_KEY& key,
+                                           const std::string& db_dir);
 
     // Stores definitions in `db_dir`, one of the two directories, all or none: several only where
     // each is new and gets a file of its own. Posts nothing; get_change_outcome tells why not.
@@ -205,7 +201,7 @@ class ZORVA_MGR {
                          const std::string& db_dir);
     bool try_removal(const ZORVA_DEFINITION_KEY& key, const std::string& file);
     // What became of the last call of this manager that stores or removes.
-    const ZORVA_CHANGE_OUTCOME& get_change_outcome() const { return m_change_outcome; }
+    const ZORVA_CHANGE_OUTCOME& get_change_outcome() const;
     // The devices and templates of a document, as records that stay the manager's: a device as
     // create_flash makes one, a template as ZORVA_NEW_DEFINITION carries one. Those that a load
     // would refuse are told in the report, which names the bytes `name`, and give no record.
@@ -219,157 +215,24 @@ class ZORVA_MGR {
     static std::vector<ZORVA_MESSAGE_INFO> get_message_list();
 
   protected:
-    using DIR_MAP = std::map<std::string, std::string>;
-
     explicit ZORVA_MGR(const ZORVA_INTERFACE& interface);
 
-    // Starts the report of a file.
-    ZORVA_FILE_REPORT& report_file(const std::string& path, ZORVA_ORIGIN origin);
-    // Fills m_family_info_map with the families of the device-information service that `serves`
-    // takes.
+    ZORVA_MGR_PARTS& parts() const { return *m_parts; }
+    // Makes the families that `serves` takes of the device-information service known.
     void fill_family_info(bool (*serves)(const PGMDEV_DEVICE_INFO&));
-    // The tree of the shipped file; a file that can't be taken is an internal error.
-    std::unique_ptr<PGM_COMMON_XML_ELEMENT> parse_shipped_xml(const std::string& xml_file) const;
-    // To be called whenever a record comes into m_flash_map or leaves it.
-    void flash_map_changed() { m_index.made = false; }
-    // Takes the devices of a tree, up to the first that is refused; true if all were taken.
-    bool update_flash_list(const PGM_COMMON_XML_ELEMENT& object, const std::string& xml_file,
-                           DIR_MAP& db_dir_map, bool removable);
-    // The installation directory, then, unless it is the same, the custom directory.
-    void parse_user_xml();
-
     // Judges the template name that a record carries: one that equals the device's is refused
     // with a warning; one that isn't free is an internal error. No template: true.
     bool carried_template_is_valid(ZORVA_FLASH& flash);
-    // Judges and changes the files; the maps stay, but for definitions that somebody has taken out
-    // of these files. False: nothing has changed, and m_change_outcome tells why.
-    bool change_files(const std::vector<ZORVA_NEW_DEFINITION>& changes, const std::string& db_dir,
-                      bool is_trial);
-    // Makes the flows of a record a template of the maps.
-    void keep_template(const std::string& name, ZORVA_FLASH& flash, const std::string& file);
-    // Takes a definition out of its file and out of the maps. False, with the warning posted:
-    // nothing has changed.
-    bool delete_definition(const ZORVA_DEFINITION_KEY& key, std::string file,
-                           const std::string& db_dir);
-    void trace_deletion(const std::string& name, const std::string& db_dir);
-    // Posts warning 20560 for a directory; false.
-    static bool refuse_update(const std::string& db_dir);
-
-    // A new record that m_flash refers to and that the manager owns.
+    // A new record that stays the manager's and counts as handed out.
     ZORVA_FLASH* adopt_new_flash(std::unique_ptr<ZORVA_FLASH> flash);
-    void drop_placeholder();
-    // What is known of a family, making an entry for one that the map lacks.
-    ZORVA_FAMILY_INFO& family_info(DEV_FAMILY_ENUM family);
-    bool suits_family(ZORVA_FLASH& flash, DEV_FAMILY_ENUM family);
-    std::vector<DEV_FAMILY_ENUM> served_families() const;
 
-    const ZORVA_INTERFACE& m_interface;
-    DEV_FAMILY_ENUM m_active_device_family;
-    PGMIO_CONFIG_SCHEME m_active_config_mode;
-    bool m_use_sdm_mode;
-    bool m_skip_device_filtering;
-    ZORVA_FLASH* m_flash = nullptr;                   // the record last handed out; owned elsewhere
-    std::map<std::string, ZORVA_FLASH*> m_flash_map;  // owns the records
-    std::map<DEV_FAMILY_ENUM, ZORVA_FAMILY_INFO> m_family_info_map;
-    // Name to the file that defines it, by directory and for the record in force.
-    DIR_MAP m_flash_db_kestrin_dir_map;
-    DIR_MAP m_flash_db_custom_dir_map;
-    DIR_MAP m_flash_db_active_dir_map;
-    std::map<std::string, ZORVA_USER_FLASH_TEMPLATE*> m_user_flash_template_map;  // owns them
-    DIR_MAP m_template_db_dir_map;
+    // What is wrong with a value for a text parameter; nothing if it is good.
+    std::optional<ZORVA_REFUSAL> judge(ZORVA_FLASH_PARAM param, const std::string& value);
 
   private:
-    // What look-ups ask of the records, side by side: a load scatters the records and the nodes of
-    // m_flash_map over the memory, and touching one costs more than the search.
-    struct NAME_ENTRY {
-        ZORVA_FLASH* flash;
-        ZORVA_TEXT io_voltage;
-    };
-    struct ID_ENTRY {
-        dword id;
-        ZORVA_FLASH* flash;
-    };
-    struct INDEX {
-        std::unordered_map<std::string, NAME_ENTRY> by_name;
-        std::vector<ID_ENTRY> by_id;  // in name order
-        qword change_count = 0;       // ZORVA_FLASH::get_index_change_count when it was made
-        bool made = false;
-    };
-    const INDEX& index() const;
-    // The device of a name, if the filter lets it through; null otherwise.
-    ZORVA_FLASH* find_flash(const std::string& name, bool skip_filtering);
-
     std::optional<ZORVA_REFUSAL> judge_device_name(const std::string& name);
+    std::optional<ZORVA_REFUSAL> judge_template_name(const std::string& name);
+    std::optional<ZORVA_REFUSAL> judge_prog_flow_template(const std::string& name);
 
-    // The map of a directory; one that is neither of the two is an internal error.
-    DIR_MAP& dir_map_of(const std::string& db_dir);
-    // Whether the record in force of a device stands in `db_dir`. One that stands in the custom
-    // directory can't be changed in the installation's: an internal error.
-    bool is_active_in(const std::string& device_name, const std::string& db_dir);
-    static std::string directory_in_use(const std::string& file);
-    ZORVA_STORE new_store(const std::string& db_dir, bool is_trial) const;
-    std::unique_ptr<PGM_COMMON_XML_ELEMENT> new_device_element(ZORVA_FLASH& flash);
-    std::unique_ptr<PGM_COMMON_XML_ELEMENT> new_template_element(ZORVA_FLASH& flash) const;
-    ZORVA_FLASH* new_record(ZORVA_DEFINITION_KIND kind, const std::string& name,
-                            const PGM_COMMON_XML_ELEMENT& element);
-    bool says_the_same(const PGM_COMMON_XML_ELEMENT& element, ZORVA_FLASH& flash);
-    // The file that defines it, as far as the maps know; empty if they don't.
-    std::string file_known_of(const ZORVA_DEFINITION_KEY& key, const std::string& db_dir);
-    ZORVA_CHANGE_OUTCOME check_writable(const ZORVA_DEFINITION_KEY& key, ZORVA_FLASH& flash,
-                                        const std::string& db_dir);
-    ZORVA_STORE_DEFINITION definition_of(const ZORVA_NEW_DEFINITION& change,
-                                         const std::string& db_dir);
-    bool store_device(const ZORVA_NEW_DEFINITION& change, const std::string& db_dir,
-                      DIR_MAP& db_dir_map, const std::string& replaced);
-    bool take_out_of_file(const ZORVA_DEFINITION_KEY& key, const std::string& file,
-                          const std::string& db_dir, bool is_trial);
-    void trace_found(const ZORVA_DEFINITION_KEY& key, const std::string& file,
-                     const DIR_MAP& db_dir_map) const;
-    // What else a file defines, as far as the maps know.
-    std::vector<ZORVA_DEFINITION_KEY> neighbours(const ZORVA_DEFINITION_KEY& key,
-                                                 const std::string& file,
-                                                 const DIR_MAP& db_dir_map) const;
-    // Forgets what the maps place in a file that was changed, and what isn't there any more.
-    void forget_missing(const ZORVA_STORE& store, const ZORVA_DEFINITION_KEY& but);
-    // Take a definition out of the maps, with its record. The results of the latter two are that
-    // record, if the maps held one for it.
-    void forget(const ZORVA_DEFINITION_KEY& key, const std::string& file, DIR_MAP& db_dir_map);
-    std::unique_ptr<ZORVA_FLASH> forget_device(const std::string& name, std::string file,
-                                               DIR_MAP& db_dir_map);
-    std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> forget_template(const std::string& name);
-    void adopt(ZORVA_FLASH* flash, const std::string& file, DIR_MAP& db_dir_map);
-
-    bool parse_user_xml_in_dir(ZORVA_ORIGIN origin);
-    bool parse_user_xml_file(const std::string& xml_file, ZORVA_ORIGIN origin, DIR_MAP& db_dir_map);
-    bool create_user_template_list(const PGM_COMMON_XML_ELEMENT& object,
-                                   const std::string& xml_file);
-    bool take_flash(const PGM_COMMON_XML_ELEMENT& element, const std::string& xml_file,
-                    DIR_MAP& db_dir_map, bool removable);
-    bool take_template(const PGM_COMMON_XML_ELEMENT& element, const std::string& xml_file);
-    void store_flash(std::unique_ptr<ZORVA_FLASH> flash, const std::string& xml_file,
-                     DIR_MAP& db_dir_map);
-
-    // Whether an element is an old definition that a broken-off change has left in its file; if
-    // so, reports it as hidden.
-    bool is_leftover(const PGM_COMMON_XML_ELEMENT& element, const std::string& xml_file);
-    void report_directory(const FIO_FIND& find, const std::string& directory, ZORVA_ORIGIN origin);
-    void report_definition(const std::string& xml_file, ZORVA_DEFINITION definition);
-    // The definition in force of that device is hidden by another file from now on.
-    void report_hidden(const std::string& name, const std::string& defined_in,
-                       const std::string& hidden_by);
-    static void report_end(ZORVA_FILE_REPORT& report, const PGM_COMMON_XML_ELEMENT& object);
-
-    // A record that get_flash made for a legacy name.
-    std::unique_ptr<ZORVA_FLASH> m_placeholder;
-    // Records from create_flash that aren't stored, and records that an update displaced.
-    std::vector<std::unique_ptr<ZORVA_FLASH>> m_loose_flashes;
-    // Templates that were taken out of their files by others; a caller may still hold their flows.
-    std::vector<std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE>> m_loose_templates;
-    mutable INDEX m_index;  // made from m_flash_map when a look-up asks for it
-    ZORVA_CHANGE_OUTCOME m_change_outcome;
-    std::string m_replaced_file;  // while update_db replaces: the file of the old definition
-    // While a directory is scanned: what a broken-off change has left in it; null if nothing.
-    const ZORVA_LEFTOVER* m_leftover = nullptr;
-    ZORVA_LOAD_REPORT m_load_report;
-    std::unordered_map<std::string, std::size_t> m_report_places;  // path to place in the report
+    std::unique_ptr<ZORVA_MGR_PARTS> m_parts;
 };

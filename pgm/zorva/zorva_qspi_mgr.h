@@ -3,8 +3,6 @@
 
 #include "pgm/zorva/zorva_mgr.h"
 
-#include <array>
-
 // Device families ask for a new config device (with a record and flows) or a legacy one (a default
 // flash device, known by name and voltage only, whose record is a placeholder without flows).
 class ZORVA_QSPI_MGR : public ZORVA_MGR {
@@ -19,9 +17,6 @@ class ZORVA_QSPI_MGR : public ZORVA_MGR {
                             std::string* err_msg) override;
     bool is_parameter_valid(ZORVA_FLASH_PARAM param) override;
 
-    DEV_FAMILY_ENUM get_flash_family() override;
-    const std::vector<DEV_FAMILY_ENUM> get_device_family_list() override;
-    const std::vector<PGMIO_CONFIG_SCHEME> get_config_mode_list() override;
     // In name order. The scheme plays no part.
     const std::vector<std::string> get_new_config_device_list(DEV_FAMILY_ENUM family,
                                                               PGMIO_CONFIG_SCHEME config_mode,
@@ -30,8 +25,6 @@ class ZORVA_QSPI_MGR : public ZORVA_MGR {
     const std::vector<std::string> get_legacy_config_device_list(DEV_FAMILY_ENUM family,
                                                                  PGMIO_CONFIG_SCHEME config_mode,
                                                                  bool skip_filtering) override;
-    const std::vector<std::string> get_device_io_voltage_list() override;
-    const std::vector<std::string> get_device_density_list() override;
     const std::vector<std::string> get_prog_flow_template_list() override;
     const std::vector<std::string> get_user_template_list() override;
     ZORVA_MGR* get_new_instance() override;
@@ -68,26 +61,11 @@ class ZORVA_QSPI_MGR : public ZORVA_MGR {
                                  PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering) override;
 
   private:
-    void initialize_flash_info();
-    bool parse_golden_template_xml();
-    bool create_flash_info_with_golden_template(const PGM_COMMON_XML_ELEMENT& object,
-                                                const std::string& xml_file);
-    bool legacy_config_device_suits(const std::string& device_name, const std::string& io_voltage,
-                                    DEV_FAMILY_ENUM family, PGMIO_CONFIG_SCHEME config_mode,
-                                    bool skip_filtering);
-
     std::unique_ptr<PGM_COMMON_XML_ELEMENT> create_xml_device_info(ZORVA_FLASH* flash);
-    bool write_template_xml_and_update_dir_map(ZORVA_FLASH* flash, const std::string& db_dir);
 
-    std::optional<ZORVA_REFUSAL> judge_template_name(const std::string& name);
-    std::optional<ZORVA_REFUSAL> judge_prog_flow_template(const std::string& name);
     bool device_id_is_valid(std::string id, std::string* err_msg);
     bool total_device_die_is_valid(dword value, std::string* err_msg);
     bool dummy_clock_cycle_is_valid(dword value, std::string* err_msg);
     bool template_name_is_valid(std::string name, std::string* err_msg);
     bool prog_flow_template_is_valid(std::string name, std::string* err_msg);
-
-    // By the number of the golden vendor.
-    std::array<std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE>, 5> m_golden_templates;
-    std::map<std::string, std::string> m_legacy_flash_map;  // name to I/O voltage
 };

@@ -19,9 +19,6 @@ class ZORVA_SDMMC_MGR : public ZORVA_MGR {
     bool is_flash_operation_supported() override;
     bool is_flash_action_supported() override;
 
-    DEV_FAMILY_ENUM get_flash_family() override;
-    const std::vector<DEV_FAMILY_ENUM> get_device_family_list() override;
-    const std::vector<PGMIO_CONFIG_SCHEME> get_config_mode_list() override;
     // All devices, in name order; no argument plays a part.
     const std::vector<std::string> get_new_config_device_list(DEV_FAMILY_ENUM family,
                                                               PGMIO_CONFIG_SCHEME config_mode,
@@ -29,8 +26,6 @@ class ZORVA_SDMMC_MGR : public ZORVA_MGR {
     const std::vector<std::string> get_legacy_config_device_list(DEV_FAMILY_ENUM family,
                                                                  PGMIO_CONFIG_SCHEME config_mode,
                                                                  bool skip_filtering) override;
-    const std::vector<std::string> get_device_io_voltage_list() override;
-    const std::vector<std::string> get_device_density_list() override;
     const std::vector<std::string> get_prog_flow_template_list() override;
     const std::vector<std::string> get_user_template_list() override;
     ZORVA_MGR* get_new_instance() override;
@@ -62,6 +57,5 @@ class ZORVA_SDMMC_MGR : public ZORVA_MGR {
                                  PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering) override;
 
   private:
-    bool parse_golden_template_xml();
     std::unique_ptr<PGM_COMMON_XML_ELEMENT> create_xml_device_info(ZORVA_FLASH* flash);
 };

@@ -52,7 +52,7 @@ struct element : PGM_COMMON_XML_ELEMENT {
 struct flash : ZORVA_QSPI_FLASH {
     static void keep_all() {
         keep(&flash::delete_operations, &flash::add_operation, &flash::replace_operations,
-             &flash::count_index_change, &flash::get_index_change_count);
+             &flash::set_watcher, &flash::tell_watcher);
     }
 };
 struct action : ZORVA_QSPI_ACTION {
@@ -67,12 +67,8 @@ struct manager : ZORVA_QSPI_MGR {
         ZORVA_MGR::is_parameter_valid(param, std::string(), nullptr);
     }
     static void keep_all() {
-        keep(&manager::call_base, &manager::report_file, &manager::fill_family_info,
-             &manager::parse_shipped_xml, &manager::update_flash_list, &manager::parse_user_xml,
-             &manager::carried_template_is_valid, &manager::change_files, &manager::keep_template,
-             &manager::delete_definition, &manager::trace_deletion, &manager::refuse_update,
-             &manager::adopt_new_flash, &manager::drop_placeholder, &manager::family_info,
-             &manager::suits_family, &manager::served_families);
+        keep(&manager::call_base, &manager::fill_family_info, &manager::carried_template_is_valid,
+             &manager::adopt_new_flash);
     }
 };
 
@@ -119,6 +115,8 @@ void keep_database() {
     using A = ZORVA_ACTION;
     using O = ZORVA_OPERATION;
     using M = ZORVA_MGR;
+    using P = ZORVA_FLASH_PARAM;
+    using J = std::optional<ZORVA_FINDING>;
     using F = DEV_FAMILY_ENUM;
     using S = PGMIO_CONFIG_SCHEME;
     using T = std::string;
@@ -129,10 +127,13 @@ void keep_database() {
          &M::convert_data_list_string_to_byte_array, &M::get_flash_list_with_id,
          &M::get_family_info, &M::get_flash_file, &M::get_flash_document, &M::get_message_list,
          &M::store_definitions, &M::remove_definition, &M::try_definitions, &M::try_removal,
-         &M::get_change_outcome, &M::read_document, &ZORVA_QSPI_MGR::get_template_document,
+         &M::get_change_outcome, &M::read_document, &M::get_load_report, &M::get_definition_file,
+         &M::get_file_mask, one<J(P, const T&) const>(&M::judge_parameter),
+         one<J(P, dword) const>(&M::judge_parameter), &ZORVA_QSPI_MGR::get_template_document,
          &ZORVA_QSPI_MGR::judge_files, &ZORVA_QSPI_MGR::judge_bytes, &ZORVA_SDMMC_MGR::judge_files,
          &ZORVA_SDMMC_MGR::judge_bytes);
     using H = ZORVA_HELPER;
+    keep(&H::find_document_family, &H::get_shipped_file);
     keep(&H::get_helper, &H::get_active_flash_manager,
          one<M*(T, bool, bool)>(&H::get_flash_manager), one<M*(F, bool)>(&H::get_flash_manager),
          one<M*(S, bool)>(&H::get_flash_manager), one<bool(T, F, bool, bool)>(&H::is_zorva_flash),

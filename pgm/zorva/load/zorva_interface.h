@@ -2,9 +2,12 @@
 #pragma once
 
 #include "pgm/zorva/rules/zorva_messages.h"
-#include "pgm/zorva/zorva_mgr.h"
+#include "pgm/zorva/rules/zorva_operation_table.h"
+#include "pgm/zorva/zorva_flash.h"
+#include "pgm/zorva/zorva_template.h"
 #include "services/pgm_common.h"
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <span>
@@ -12,7 +15,7 @@
 #include <string_view>
 #include <vector>
 
-struct ZORVA_INTERFACE {
+struct ZORVA_INTERFACE_FACTS {
     DEV_FAMILY_ENUM flash_family;
     DEV_FAMILY_ENUM default_device_family;
     PGMIO_CONFIG_SCHEME default_config_mode;
@@ -23,64 +26,54 @@ struct ZORVA_INTERFACE {
     PGM_COMMON_XML_FILE_ENUM document;
     const char* golden_file;  // the shipped file's name
     const char* xsd_file;     // the schema's name
-
-    // A record of what DEVICE_INFO of a FLASH element says. Null if a child is missing or a value
-    // is refused; every refusal is told.
-    std::unique_ptr<ZORVA_FLASH> (*read_device)(const PGM_COMMON_XML_ELEMENT& flash_element,
-                                                std::vector<ZORVA_REFUSAL>& refusals);
-    // Both flows of the PROGRAMMING_FLOW below an element, good or not; every refused value is
-    // told. Null where the interface knows no flows.
-    std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> (*read_flows)(const PGM_COMMON_XML_ELEMENT& holder,
-                                                             std::vector<ZORVA_REFUSAL>& refusals);
-    // False if the record's flows can't stand in a file as they are: an operation twice in a flow,
-    // a number that would turn into another. Null where the interface knows no flows.
-    bool (*is_writable)(ZORVA_FLASH& flash);
-    // A new USER_TEMPLATE of that name with the flows of a record, and a copy of these flows. Null
-    // where the interface knows no flows.
-    std::unique_ptr<PGM_COMMON_XML_ELEMENT> (*template_element)(const std::string& name,
-                                                                ZORVA_FLASH& flash);
-    std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> (*copy_flows)(ZORVA_FLASH& flash);
-    // Brings the flows below a written FLASH or USER_TEMPLATE to their five operations, in order.
-    // Null where the interface knows no flows.
-    void (*complete_flows)(PGM_COMMON_XML_ELEMENT& holder);
 };
 
-// What is wrong with a value; nothing if it is good. Nothing is posted.
-std::optional<ZORVA_REFUSAL> zorva_judge_density(const ZORVA_INTERFACE& interface,
-                                                 std::string_view density);
-std::optional<ZORVA_REFUSAL> zorva_judge_io_voltage(const ZORVA_INTERFACE& interface,
-                                                    std::string_view voltage);
+// There is one object a flash interface. What a definition lacks on an interface, such as flows,
+// is empty there.
+class ZORVA_INTERFACE : public ZORVA_INTERFACE_FACTS {
+  public:
+    // A record of what DEVICE_INFO of a FLASH element says. Null if a child is missing or a value
+    // is refused; every refusal is told.
+    virtual std::unique_ptr<ZORVA_FLASH> read_device(
+        const PGM_COMMON_XML_ELEMENT& flash_element,
+        std::vector<ZORVA_REFUSAL>& refusals) const = 0;
+    // Both flows of the PROGRAMMING_FLOW below an element, good or not; every refused value is
+    // told.
+    virtual std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> read_flows(
+        const PGM_COMMON_XML_ELEMENT& holder, std::vector<ZORVA_REFUSAL>& refusals) const;
+    // What is wrong with a parameter's value, whatever the database holds; nothing if it is good,
+    // or if the interface knows no rule for it.
+    virtual std::optional<ZORVA_REFUSAL> judge(ZORVA_FLASH_PARAM param,
+                                               std::string_view value) const;
+    virtual std::optional<ZORVA_REFUSAL> judge(ZORVA_FLASH_PARAM, dword) const { return {}; }
+    // The vendors whose templates the shipped file holds.
+    virtual std::span<const ZORVA_GOLDEN_VENDOR_ROW> golden_vendors() const { return {}; }
 
-// Adds a refusal with the line of the element at fault; true if there is one.
-bool zorva_keep_refusal(std::optional<ZORVA_REFUSAL> refusal, const PGM_COMMON_XML_ELEMENT& element,
-                        std::vector<ZORVA_REFUSAL>& refusals);
+    // False if the record's flows can't stand in a file as they are: an operation twice in a flow,
+    // a number that would turn into another.
+    virtual bool is_writable(ZORVA_FLASH&) const { return true; }
+    // A new USER_TEMPLATE of that name with the flows of a record; null where there is no such
+    // element.
+    virtual std::unique_ptr<PGM_COMMON_XML_ELEMENT> template_element(const std::string& name,
+                                                                     ZORVA_FLASH& flash) const;
+    // A copy of the flows of a record.
+    virtual std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> copy_flows(ZORVA_FLASH& flash) const;
+    // Brings the flows below a written FLASH or USER_TEMPLATE to their five operations, in order.
+    virtual void complete_flows(PGM_COMMON_XML_ELEMENT&) const {}
+
+  protected:
+    explicit constexpr ZORVA_INTERFACE(const ZORVA_INTERFACE_FACTS& facts)
+        : ZORVA_INTERFACE_FACTS(facts) {}
+    ~ZORVA_INTERFACE() = default;
+};
+
+// What is wrong with a value that has to be one of those offered.
+template <class OFFERED>
+std::optional<ZORVA_REFUSAL> zorva_judge_offered(std::string_view value, const OFFERED& offered,
+                                                 ZORVA_MESSAGE message) {
+    if (!value.empty() && std::ranges::find(offered, value) != std::ranges::end(offered)) return {};
+    return ZORVA_REFUSAL{message, std::string(value), {}};
+}
 
 // The outcome of a manager's check: a refusal is silent unless `err_msg` is given.
 bool zorva_passes(const std::optional<ZORVA_REFUSAL>& refusal, std::string* err_msg);
-
-// The first child of that tag; null if there is none.
-const PGM_COMMON_XML_ELEMENT* zorva_first_child(const PGM_COMMON_XML_ELEMENT& parent,
-                                                PGM_COMMON_XML_ENUM tag);
-// The one child of that tag; any other number is an internal error, whose text names the parent by
-// `parent_text`. A user's file has passed the schema, so only the shipped file can reach it.
-const PGM_COMMON_XML_ELEMENT& zorva_only_child(const PGM_COMMON_XML_ELEMENT& parent,
-                                               PGM_COMMON_XML_ENUM tag, const char* parent_text);
-// Name of the device of a FLASH or of the template of a USER_TEMPLATE; empty if it has none.
-std::string zorva_definition_name(const PGM_COMMON_XML_ELEMENT& element);
-
-// A record of a FLASH element, its flows included, good or not. Null as read_device tells.
-std::unique_ptr<ZORVA_FLASH> zorva_read_flash(const ZORVA_INTERFACE& interface,
-                                              const PGM_COMMON_XML_ELEMENT& element,
-                                              std::vector<ZORVA_REFUSAL>& refusals);
-// What a load takes of an element: nothing is refused.
-bool zorva_is_taken(const ZORVA_INTERFACE& interface, const PGM_COMMON_XML_ELEMENT& element);
-
-// Whether an element is a FLASH or anything else, and what a report says of it while nothing
-// speaks against it.
-ZORVA_DEFINITION_KIND zorva_definition_kind(const PGM_COMMON_XML_ELEMENT& element);
-ZORVA_DEFINITION zorva_definition(const PGM_COMMON_XML_ELEMENT& element);
-
-ZORVA_FINDING zorva_finding(const ZORVA_REFUSAL& refusal);
-// Reports a file as one that can't be taken; `text` is one of check_xsd, each line of it a finding
-// "FILE:LINE: sentence".
-void zorva_report_skipped(ZORVA_FILE_REPORT& report, const std::string& text);

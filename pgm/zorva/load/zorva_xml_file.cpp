@@ -1,5 +1,6 @@
 #include "pgm/zorva/load/zorva_xml_file.h"
 
+#include "pgm/zorva/load/zorva_directories.h"
 #include "pgm/zorva/rules/zorva_report.h"
 #include "services/file.h"
 
@@ -17,7 +18,7 @@ std::string schema_error(const std::string& xml_file, const std::string& xsd) {
 
 bool zorva_is_shipped_file(const std::string& path) {
     for (const char* name : {ZORVA_QSPI_SHIPPED_FILE, ZORVA_SDMMC_SHIPPED_FILE}) {
-        const std::string directory = ZORVA_MGR::get_db_kestrin_dir();
+        const std::string directory = zorva_installation_directory();
         const FIO_PATH file(path);
         const bool has_its_name = file.filename() == name &&
                                   (file.full_directory() == directory ||

@@ -1,8 +1,6 @@
 #include "pgm/zorva/qspi/zorva_qspi_interface.h"
 
 #include "pgm/zorva/load/zorva_xml_file.h"
-#include "pgm/zorva/qspi/zorva_qspi_read.h"
-#include "pgm/zorva/qspi/zorva_qspi_write.h"
 #include "pgm/zorva/rules/zorva_data_list.h"
 
 #include <algorithm>
@@ -16,38 +14,16 @@ constexpr const char* io_voltages[] = {"1.8V", "3.0V/3.3V"};
 constexpr const char* densities[] = {"1Mb",  "2Mb",   "4Mb",   "8Mb",   "16Mb",   "32Mb",
                                      "64Mb", "128Mb", "256Mb", "512Mb", "1024Mb", "2048Mb"};
 
-dword number_in(std::string_view value) {
-    return PGM_COMMON::convert_string_to_dword(std::string(value), false, nullptr, nullptr, false);
-}
-
-std::optional<ZORVA_REFUSAL> judge_io_voltage(std::string_view value) {
-    return zorva_judge_io_voltage(zorva_qspi_interface, value);
-}
-std::optional<ZORVA_REFUSAL> judge_density(std::string_view value) {
-    return zorva_judge_density(zorva_qspi_interface, value);
-}
-std::optional<ZORVA_REFUSAL> judge_total_device_die(std::string_view value) {
-    return zorva_judge_total_device_die(number_in(value));
-}
-std::optional<ZORVA_REFUSAL> judge_dummy_clock_cycle(std::string_view value) {
-    return zorva_judge_dummy_clock_cycle(number_in(value));
-}
-
-// A name and a flow template are taken from a file as they are: only what a user enters for a new
-// device is held against the names that exist.
 constexpr ZORVA_QSPI_PARAM_ROW param_table[] = {
-    {ZORVA_FLASH_PARAM_NAME, PGM_COMMON_XML_ENUM_DEVICE_NAME, false, nullptr},
-    {ZORVA_FLASH_PARAM_ID, PGM_COMMON_XML_ENUM_DEVICE_ID, false, zorva_judge_device_id},
-    {ZORVA_FLASH_PARAM_IO_VOLTAGE, PGM_COMMON_XML_ENUM_DEVICE_IO_VOLTAGE, false, judge_io_voltage},
-    {ZORVA_FLASH_PARAM_DENSITY, PGM_COMMON_XML_ENUM_DEVICE_DENSITY, false, judge_density},
-    {ZORVA_FLASH_PARAM_TOTAL_DIE, PGM_COMMON_XML_ENUM_TOTAL_DEVICE_DIE, true,
-     judge_total_device_die},
-    {ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE, PGM_COMMON_XML_ENUM_DUMMY_CLOCK_CYCLE, true,
-     judge_dummy_clock_cycle},
-    {ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE_X4, PGM_COMMON_XML_ENUM_DUMMY_CLOCK_CYCLE_X4, true,
-     judge_dummy_clock_cycle},
-    {ZORVA_FLASH_PARAM_TEMPLATE_NAME, PGM_COMMON_XML_ENUM__INVALID__, false, nullptr},
-    {ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE, PGM_COMMON_XML_ENUM_PROG_FLOW_TEMPLATE, false, nullptr},
+    {ZORVA_FLASH_PARAM_NAME, PGM_COMMON_XML_ENUM_DEVICE_NAME, false},
+    {ZORVA_FLASH_PARAM_ID, PGM_COMMON_XML_ENUM_DEVICE_ID, false},
+    {ZORVA_FLASH_PARAM_IO_VOLTAGE, PGM_COMMON_XML_ENUM_DEVICE_IO_VOLTAGE, false},
+    {ZORVA_FLASH_PARAM_DENSITY, PGM_COMMON_XML_ENUM_DEVICE_DENSITY, false},
+    {ZORVA_FLASH_PARAM_TOTAL_DIE, PGM_COMMON_XML_ENUM_TOTAL_DEVICE_DIE, true},
+    {ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE, PGM_COMMON_XML_ENUM_DUMMY_CLOCK_CYCLE, true},
+    {ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE_X4, PGM_COMMON_XML_ENUM_DUMMY_CLOCK_CYCLE_X4, true},
+    {ZORVA_FLASH_PARAM_TEMPLATE_NAME, PGM_COMMON_XML_ENUM__INVALID__, false},
+    {ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE, PGM_COMMON_XML_ENUM_PROG_FLOW_TEMPLATE, false},
 };
 constexpr bool rows_stand_in_order() {
     int place = 0;
@@ -57,7 +33,7 @@ static_assert(std::size(param_table) == 9 && rows_stand_in_order());
 
 }  // namespace
 
-const ZORVA_INTERFACE zorva_qspi_interface = {
+constinit const ZORVA_QSPI_INTERFACE zorva_qspi_interface({
     .flash_family = DEV_FAMILY_QSPI_FLASH,
     .default_device_family = DEV_FAMILY_LAST,
     .default_config_mode = PGMIO_CONFIG_SCHEME_QSPI_SDM,
@@ -68,31 +44,47 @@ const ZORVA_INTERFACE zorva_qspi_interface = {
     .document = PGM_COMMON_XML_FILE_QSPI,
     .golden_file = ZORVA_QSPI_SHIPPED_FILE,
     .xsd_file = "zorva_qspi.xsd",
-    .read_device = zorva_read_qspi_device,
-    .read_flows = zorva_read_qspi_flows,
-    .is_writable = zorva_qspi_flows_are_writable,
-    .template_element = zorva_create_xml_user_template,
-    .copy_flows = zorva_copy_qspi_flows,
-    .complete_flows = zorva_complete_qspi_flows,
-};
+});
 
 std::span<const ZORVA_QSPI_PARAM_ROW> zorva_qspi_params() { return param_table; }
 
-std::optional<ZORVA_REFUSAL> zorva_judge_device_id(std::string_view id) {
+namespace {
+
+std::optional<ZORVA_REFUSAL> judge_device_id(std::string_view id) {
     constexpr std::string_view allowed = "abcdefxABCDEF0123456789 ";
     if (id.find_first_not_of(allowed) == id.npos && zorva_data_list_length(id)) return {};
     return ZORVA_REFUSAL{
         ZORVA_MESSAGE::INVALID_DEVICE_ID_WITH_EMPTY_STRING_OR_SPECIAL_CHAR, std::string(id), {}};
 }
 
-std::optional<ZORVA_REFUSAL> zorva_judge_total_device_die(dword value) {
+std::optional<ZORVA_REFUSAL> judge_total_device_die(dword value) {
     if (value != 0) return {};
     return ZORVA_REFUSAL{ZORVA_MESSAGE::INVALID_TOTAL_DEVICE_DIE, std::to_string(value), {}};
 }
 
-std::optional<ZORVA_REFUSAL> zorva_judge_dummy_clock_cycle(dword value) {
+std::optional<ZORVA_REFUSAL> judge_dummy_clock_cycle(dword value) {
     constexpr dword most = 15;
     if (value <= most) return {};
     return ZORVA_REFUSAL{
         ZORVA_MESSAGE::INVALID_DEVICE_DUMMY_CLOCK_CYCLE, std::to_string(value), {}};
+}
+
+}  // namespace
+
+// A name and a flow template are taken from a file as they are: only what a user enters for a new
+// device is held against the names that exist.
+std::optional<ZORVA_REFUSAL> ZORVA_QSPI_INTERFACE::judge(ZORVA_FLASH_PARAM param,
+                                                         std::string_view value) const {
+    if (param == ZORVA_FLASH_PARAM_ID) return judge_device_id(value);
+    return ZORVA_INTERFACE::judge(param, value);
+}
+
+std::optional<ZORVA_REFUSAL> ZORVA_QSPI_INTERFACE::judge(ZORVA_FLASH_PARAM param,
+                                                         dword value) const {
+    if (param == ZORVA_FLASH_PARAM_TOTAL_DIE) return judge_total_device_die(value);
+    return judge_dummy_clock_cycle(value);
+}
+
+std::span<const ZORVA_GOLDEN_VENDOR_ROW> ZORVA_QSPI_INTERFACE::golden_vendors() const {
+    return zorva_golden_vendors();
 }

@@ -1,6 +1,7 @@
 #include "pgm/zorva/qspi/zorva_qspi_read.h"
 
 #include "h/pgm_common_xml_zorva_qspi_auto_export.h"
+#include "pgm/zorva/load/zorva_elements.h"
 #include "pgm/zorva/qspi/zorva_qspi_interface.h"
 #include "pgm/zorva/rules/zorva_action_table.h"
 #include "pgm/zorva/rules/zorva_operation_table.h"
@@ -13,12 +14,22 @@
 
 namespace {
 
-void set_parameter(ZORVA_FLASH& flash, const ZORVA_QSPI_PARAM_ROW& row, const std::string& value) {
-    if (row.param == ZORVA_FLASH_PARAM_NAME) return flash.set_name(value);
-    if (row.param == ZORVA_FLASH_PARAM_DENSITY) return flash.set_density(value);
-    if (!row.is_number) return flash.set_parameter_value(row.param, value);
-    flash.set_parameter_value(
-        row.param, PGM_COMMON::convert_string_to_dword(value, false, nullptr, nullptr, false));
+// Takes a parameter from the text of its child, empty if it is missing; what is wrong with it.
+std::optional<ZORVA_REFUSAL> read_parameter(ZORVA_FLASH& flash, const ZORVA_QSPI_PARAM_ROW& row,
+                                            const std::string& text) {
+    if (row.is_number) {
+        const dword number =
+            PGM_COMMON::convert_string_to_dword(text, false, nullptr, nullptr, false);
+        flash.set_parameter_value(row.param, number);
+        return zorva_qspi_interface.judge(row.param, number);
+    }
+    if (row.param == ZORVA_FLASH_PARAM_NAME)
+        flash.set_name(text);
+    else if (row.param == ZORVA_FLASH_PARAM_DENSITY)
+        flash.set_density(text);
+    else
+        flash.set_parameter_value(row.param, text);
+    return zorva_qspi_interface.judge(row.param, text);
 }
 
 // The child that holds a property: the one at its place in document order, where any order but
@@ -96,8 +107,8 @@ void update_operation_list(const PGM_COMMON_XML_ELEMENT& xml,
 
 }  // namespace
 
-std::unique_ptr<ZORVA_FLASH> zorva_read_qspi_device(const PGM_COMMON_XML_ELEMENT& flash_element,
-                                                    std::vector<ZORVA_REFUSAL>& refusals) {
+std::unique_ptr<ZORVA_FLASH> ZORVA_QSPI_INTERFACE::read_device(
+    const PGM_COMMON_XML_ELEMENT& flash_element, std::vector<ZORVA_REFUSAL>& refusals) const {
     const PGM_COMMON_XML_ELEMENT& device_info =
         zorva_only_child(flash_element, PGM_COMMON_XML_ENUM_DEVICE_INFO, "flash_element");
     auto flash = std::make_unique<ZORVA_QSPI_FLASH>("");
@@ -105,18 +116,17 @@ std::unique_ptr<ZORVA_FLASH> zorva_read_qspi_device(const PGM_COMMON_XML_ELEMENT
     for (const ZORVA_QSPI_PARAM_ROW& row : zorva_qspi_params()) {
         if (row.tag == PGM_COMMON_XML_ENUM__INVALID__) continue;
         const PGM_COMMON_XML_ELEMENT* child = zorva_first_child(device_info, row.tag);
-        const std::string value = child ? child->read_value() : std::string();
+        const std::string text = child ? child->read_value() : std::string();
         const PGM_COMMON_XML_ELEMENT& at_fault = child ? *child : device_info;
-        if (row.judge && zorva_keep_refusal(row.judge(value), at_fault, refusals)) good = false;
-        if (!child) good = false;
-        if (good) set_parameter(*flash, row, value);
+        if (zorva_keep_refusal(read_parameter(*flash, row, text), at_fault, refusals) || !child)
+            good = false;
     }
     if (!good) return nullptr;
     return flash;
 }
 
-std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> zorva_read_qspi_flows(
-    const PGM_COMMON_XML_ELEMENT& holder, std::vector<ZORVA_REFUSAL>& refusals) {
+std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> ZORVA_QSPI_INTERFACE::read_flows(
+    const PGM_COMMON_XML_ELEMENT& holder, std::vector<ZORVA_REFUSAL>& refusals) const {
     const PGM_COMMON_XML_ELEMENT& programming_flow =
         zorva_only_child(holder, PGM_COMMON_XML_ENUM_PROGRAMMING_FLOW, "xml");
     auto flows = std::make_unique<ZORVA_USER_FLASH_TEMPLATE>();

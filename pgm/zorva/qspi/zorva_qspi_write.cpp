@@ -1,5 +1,6 @@
 #include "pgm/zorva/qspi/zorva_qspi_write.h"
 
+#include "pgm/zorva/load/zorva_elements.h"
 #include "pgm/zorva/qspi/zorva_qspi_interface.h"
 #include "pgm/zorva/rules/zorva_action_table.h"
 #include "pgm/zorva/rules/zorva_operation_table.h"
@@ -118,12 +119,12 @@ std::vector<ZORVA_OPERATION*> copy_of(const std::vector<ZORVA_OPERATION*>& opera
 
 }  // namespace
 
-bool zorva_qspi_flows_are_writable(ZORVA_FLASH& flash) {
-    return is_writable(*flash.get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL)) &&
-           is_writable(*flash.get_operation_list(ZORVA_PROG_FLOW_TYPE_SDM));
+bool ZORVA_QSPI_INTERFACE::is_writable(ZORVA_FLASH& flash) const {
+    return ::is_writable(*flash.get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL)) &&
+           ::is_writable(*flash.get_operation_list(ZORVA_PROG_FLOW_TYPE_SDM));
 }
 
-void zorva_complete_qspi_flows(PGM_COMMON_XML_ELEMENT& holder) {
+void ZORVA_QSPI_INTERFACE::complete_flows(PGM_COMMON_XML_ELEMENT& holder) const {
     const PGM_COMMON_XML_ELEMENT* programming_flow =
         zorva_first_child(holder, PGM_COMMON_XML_ENUM_PROGRAMMING_FLOW);
     for (PGM_COMMON_XML_ELEMENT* flow : programming_flow->get_all_childs()) complete_flow(*flow);
@@ -150,16 +151,17 @@ std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_create_xml_user_template(
     return user_template;
 }
 
-std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_create_xml_user_template(const std::string& name,
-                                                                       ZORVA_FLASH& flash) {
+std::unique_ptr<PGM_COMMON_XML_ELEMENT> ZORVA_QSPI_INTERFACE::template_element(
+    const std::string& name, ZORVA_FLASH& flash) const {
     auto element =
         zorva_create_xml_user_template(name, *flash.get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL),
                                        *flash.get_operation_list(ZORVA_PROG_FLOW_TYPE_SDM));
-    zorva_complete_qspi_flows(*element);
+    complete_flows(*element);
     return element;
 }
 
-std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> zorva_copy_qspi_flows(ZORVA_FLASH& flash) {
+std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> ZORVA_QSPI_INTERFACE::copy_flows(
+    ZORVA_FLASH& flash) const {
     auto flows = std::make_unique<ZORVA_USER_FLASH_TEMPLATE>();
     flows->sdm_operation_list = copy_of(*flash.get_operation_list(ZORVA_PROG_FLOW_TYPE_SDM));
     flows->sfl_operation_list = copy_of(*flash.get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL));

@@ -9,22 +9,14 @@
 #include <string_view>
 #include <vector>
 
-// As ZORVA_INTERFACE::is_writable and complete_flows tell.
-bool zorva_qspi_flows_are_writable(ZORVA_FLASH& flash);
-void zorva_complete_qspi_flows(PGM_COMMON_XML_ELEMENT& holder);
-
 // The element PROGRAMMING_FLOW of two flows. A bad value is an internal error.
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_create_xml_programming_flow(
     const std::vector<ZORVA_OPERATION*>& sfl, const std::vector<ZORVA_OPERATION*>& sdm);
 
-// A new element USER_TEMPLATE, of two flows or of those of a record.
+// A new element USER_TEMPLATE of two flows.
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_create_xml_user_template(
     const std::string& name, const std::vector<ZORVA_OPERATION*>& sfl,
     const std::vector<ZORVA_OPERATION*>& sdm);
-std::unique_ptr<PGM_COMMON_XML_ELEMENT> zorva_create_xml_user_template(const std::string& name,
-                                                                       ZORVA_FLASH& flash);
-// The flows of a record, in objects of their own.
-std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> zorva_copy_qspi_flows(ZORVA_FLASH& flash);
 
 // A number property as it is written: "0x10" is 16, and a leading 0 means octal, so "010" is 8.
 // Nothing for one that doesn't fit 32 bits.

@@ -1,5 +1,6 @@
 #include "pgm/zorva/store/zorva_database_view.h"
 
+#include "pgm/zorva/load/zorva_walk.h"
 #include "pgm/zorva/load/zorva_xml_file.h"
 #include "pgm/zorva/store/zorva_names_in.h"
 #include "services/file.h"
@@ -113,13 +114,12 @@ ZORVA_DATABASE_VIEW::IN_FORCE ZORVA_DATABASE_VIEW::in_force() const {
     return in_force;
 }
 
-// A bad template is left out; a bad device ends the file, and so does a name that is taken.
 void ZORVA_DATABASE_VIEW::take(std::size_t place, const std::string& file,
                                const ZORVA_CONTENTS& contents, IN_FORCE& in_force) {
+    ZORVA_FILE_RULE rule;
     for (const ZORVA_MET& met : contents) {
-        const bool is_template = met.key.kind == TEMPLATE;
-        if (!met.good && is_template) continue;
-        const PLACE at{is_template ? 0 : place, met.key};
-        if (!met.good || !in_force.emplace(at, file).second) return;
+        const PLACE at{met.key.kind == TEMPLATE ? 0 : place, met.key};
+        if (rule.meet(met.key.kind, met.good, in_force.contains(at)) == ZORVA_VERDICT::TAKEN)
+            in_force.emplace(at, file);
     }
 }

@@ -1,91 +1,84 @@
-// Stores definitions in the files of one directory and takes them out. The files are the truth:
-// what comes into force is judged from them, under the directory's lock, before any is touched.
+// Changes the files of the database and tells the catalogue.
 #pragma once
 
+#include "pgm/zorva/catalogue/zorva_catalogue.h"
 #include "pgm/zorva/load/zorva_interface.h"
-#include "pgm/zorva/store/zorva_database_view.h"
-#include "pgm/zorva/zorva_change.h"
+#include "pgm/zorva/store/zorva_transaction.h"
 
 #include <functional>
-#include <map>
 #include <memory>
-#include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
-class FIO_DIRECTORY_LOCK;
-
-// A change that can't be, whoever tries.
-ZORVA_CHANGE_OUTCOME zorva_refused(std::string sentence);
-// One whose name isn't free, in the words of the check of names.
-ZORVA_CHANGE_OUTCOME zorva_name_taken(const ZORVA_REFUSAL& refusal);
-
-// What a definition is to become.
-struct ZORVA_STORE_DEFINITION {
-    ZORVA_DEFINITION_KEY key;
-    std::string file;  // its own
-    std::unique_ptr<PGM_COMMON_XML_ELEMENT> element;
-    ZORVA_BASIS basis = ZORVA_BASIS::WHATEVER;
-    std::string known_file;  // the one that defines it as far as this process knows, or none
-    // Whether an element is what was loaded; for AS_LOADED only.
-    std::function<bool(const PGM_COMMON_XML_ELEMENT&)> is_as_loaded = {};
-};
-
+// Directories are those of ZORVA_MGR::get_db_kestrin_dir and get_db_custom_dir, in just that form;
+// any other is an internal error. Files are changed first, the catalogue only if that worked. What
+// is done and why not is traced.
 class ZORVA_STORE {
   public:
-    using DEFINITION = ZORVA_STORE_DEFINITION;
-    // What stands in each file behind a change.
-    using CHANGED_FILES = std::map<std::string, std::set<ZORVA_DEFINITION_KEY>>;
+    using DEVICE_DOCUMENT = std::function<std::unique_ptr<PGM_COMMON_XML_ELEMENT>(ZORVA_FLASH&)>;
 
-    // `directory` is one of `directories`, which stand in the order of their load. With `is_trial`
-    // everything is judged and nothing changed.
-    ZORVA_STORE(const ZORVA_INTERFACE& interface, std::string directory,
-                std::vector<std::string> directories, std::set<std::string> shipped_devices,
-                bool is_trial);
+    // All outlive the store. `device_document` makes a new document of a record.
+    ZORVA_STORE(const ZORVA_INTERFACE& interface, ZORVA_CATALOGUE& catalogue,
+                DEVICE_DOCUMENT device_document);
 
-    // Puts a definition into its own file and takes an old one out of the directory's other file.
-    ZORVA_CHANGE_OUTCOME put(DEFINITION definition);
-    // Puts new definitions into files of their own, all or none.
-    ZORVA_CHANGE_OUTCOME put_all(std::vector<DEFINITION> definitions);
-    // Takes a definition, in force or not, out of a file. Nothing to be taken out is done, too.
-    ZORVA_CHANGE_OUTCOME take_out(const ZORVA_DEFINITION_KEY& key, const std::string& file);
+    // What became of the last call that stores or removes.
+    const ZORVA_CHANGE_OUTCOME& outcome() const { return m_outcome; }
 
-    const CHANGED_FILES& changed_files() const { return m_changed; }
+    // As ZORVA_MGR tells of the operations of these names; nothing is posted.
+    bool store_definitions(const std::vector<ZORVA_NEW_DEFINITION>& definitions,
+                           const std::string& db_dir);
+    bool try_definitions(const std::vector<ZORVA_NEW_DEFINITION>& definitions,
+                         const std::string& db_dir);
+    bool remove_definition(const ZORVA_DEFINITION_KEY& key, const std::string& file);
+    bool try_removal(const ZORVA_DEFINITION_KEY& key, const std::string& file);
+    std::string device_document(ZORVA_FLASH& flash) const;
+
+    // What update_db and delete_db of a manager come to. False, with warning 20560 posted: nothing
+    // has changed.
+    static void trace_update(const std::string& name, const std::string& db_dir);
+    // Tells, and judges, what a deletion of the definition in `db_dir` would; the write that
+    // follows replaces it in one step.
+    void begin_update(const std::string& name, const std::string& db_dir);
+    bool write_device(ZORVA_FLASH* flash, const std::string& db_dir);
+    bool write_template(ZORVA_FLASH& flash, const std::string& db_dir);
+    bool delete_by_name(const std::string& name, const std::string& db_dir);
+    // False, with nothing posted, if there is no such template.
+    bool delete_template(const std::string& name);
+
+    // The change can't be: the name isn't free.
+    void refuse(const ZORVA_REFUSAL& refusal) { m_outcome = zorva_name_taken(refusal); }
+
+    static ZORVA_DIRECTORY directory_of(const std::string& db_dir);
 
   private:
-    using OUTCOME = ZORVA_CHANGE_OUTCOME;
+    ZORVA_TRANSACTION new_transaction(const std::string& db_dir, bool is_trial) const;
+    std::unique_ptr<PGM_COMMON_XML_ELEMENT> device_element(ZORVA_FLASH& flash) const;
+    bool says_the_same(const PGM_COMMON_XML_ELEMENT& element, ZORVA_FLASH& flash) const;
+    ZORVA_CHANGE_OUTCOME check_writable(const ZORVA_DEFINITION_KEY& key, ZORVA_FLASH& flash,
+                                        const std::string& db_dir) const;
+    ZORVA_CHANGED_DEFINITION definition_of(const ZORVA_NEW_DEFINITION& change,
+                                           const std::string& db_dir) const;
+    // Judges and changes the files; the catalogue stays, but for definitions that somebody has
+    // taken out of these files.
+    bool change_files(const std::vector<ZORVA_NEW_DEFINITION>& changes, const std::string& db_dir,
+                      bool is_trial);
+    bool take_out_of_file(const ZORVA_DEFINITION_KEY& key, const std::string& file,
+                          const std::string& db_dir, bool is_trial);
+    bool delete_definition(const ZORVA_DEFINITION_KEY& key, const std::string& file,
+                           const std::string& db_dir);
+    bool is_active_in(const std::string& device_name, const std::string& db_dir) const;
+    bool refuse_update(const std::string& db_dir) const;
 
-    OUTCOME check_target(const DEFINITION& definition) const;
-    // Does a job under the lock of the directory, behind what was broken off there.
-    OUTCOME locked(const std::string& file, const std::function<OUTCOME()>& job);
-    OUTCOME begin(const FIO_DIRECTORY_LOCK& lock) const;
-    OUTCOME put_locked(DEFINITION& definition);
-    OUTCOME put_all_locked(std::vector<DEFINITION>& definitions);
-    OUTCOME take_out_locked(const ZORVA_DEFINITION_KEY& key, const std::string& file);
-
-    // The file as it stands, which the view knows from then on.
-    std::optional<ZORVA_STORED_FILE> read(const std::string& file, OUTCOME& outcome);
-    // Lets the view know all files that have a bearing on those read so far.
-    OUTCOME read_others(const std::string& known_file);
-    // The other file of the directory that defines a name; empty if none does.
-    OUTCOME find_other(const DEFINITION& definition, std::string& other) const;
-    OUTCOME check_basis(const DEFINITION& definition, const ZORVA_STORED_FILE& holder) const;
-    // The new bytes of a file, empty where nothing would stand in it. The view knows from then on
-    // what they hold. No result if they can't be.
-    std::optional<std::string> write(ZORVA_STORED_FILE& file,
-                                     const ZORVA_DATABASE_VIEW::IN_FORCE& before,
-                                     const ZORVA_DEFINITION_KEY& key);
-    // Whether all that was in force still is, by the same files; what was changed aside.
-    OUTCOME check_others(const ZORVA_DATABASE_VIEW::IN_FORCE& before,
-                         const std::set<ZORVA_DATABASE_VIEW::PLACE>& changed) const;
-    OUTCOME check_in_force(const DEFINITION& definition) const;
-    ZORVA_DATABASE_VIEW::PLACE place_of(const DEFINITION& definition) const;
+    void trace_device_maps(const char* when, ZORVA_DIRECTORY directory, std::size_t gone) const;
+    void trace_template_maps(const char* when) const;
+    void trace_found(const ZORVA_DEFINITION_KEY& key, const std::string& file,
+                     ZORVA_DIRECTORY directory) const;
+    void trace_rewriting(const ZORVA_DEFINITION_KEY& key, const std::string& file,
+                         ZORVA_DIRECTORY directory) const;
 
     const ZORVA_INTERFACE& m_interface;
-    std::string m_directory;
-    ZORVA_DATABASE_VIEW m_view;
-    std::set<std::string> m_shipped_devices;  // that stand in this directory
-    bool m_is_trial;
-    CHANGED_FILES m_changed;
+    ZORVA_CATALOGUE& m_catalogue;
+    DEVICE_DOCUMENT m_device_document;
+    ZORVA_CHANGE_OUTCOME m_outcome;
+    std::string m_replaced_file;  // between begin_update and write_device: of the old definition
 };

@@ -1,5 +1,6 @@
 #include "pgm/zorva/store/zorva_stored_file.h"
 
+#include "pgm/zorva/load/zorva_walk.h"
 #include "pgm/zorva/load/zorva_xml_file.h"
 #include "services/file.h"
 
@@ -33,6 +34,14 @@ void put_ahead(std::vector<std::string>& comments, PGM_COMMON_XML_ELEMENT& eleme
     element.edit_comments().ahead = std::exchange(comments, {});
 }
 
+// Which definitions are good, each by itself: what a load then takes hangs on other files too.
+struct VERDICTS final : ZORVA_WALKER {
+    bool is_defined(const ZORVA_DEFINITION_KEY&) override { return false; }
+    void meet(ZORVA_WALKED walked) override { met.push_back({walked.key, walked.is_good()}); }
+
+    ZORVA_CONTENTS met;
+};
+
 }  // namespace
 
 ZORVA_STORED_FILE::ZORVA_STORED_FILE(const ZORVA_INTERFACE& interface, std::string path)
@@ -55,19 +64,16 @@ std::string ZORVA_STORED_FILE::parse(const std::string& bytes) {
     std::string error;
     m_root = zorva_parse_bytes(*m_interface, bytes, m_path, error);
     if (!m_root) return first_reason(m_path, error);
-    while (!m_root->get_all_childs().empty()) take(m_root->take_first_child());
-    return {};
-}
-
-void ZORVA_STORED_FILE::take(std::unique_ptr<PGM_COMMON_XML_ELEMENT> element) {
-    const PGM_COMMON_XML_ENUM tag = element->get_type();
-    if (tag != PGM_COMMON_XML_ENUM_FLASH && tag != PGM_COMMON_XML_ENUM_USER_TEMPLATE) {
-        m_others.push_back(std::move(element));
-        return;
+    VERDICTS verdicts;
+    zorva_walk_all(*m_interface, *m_root, verdicts);
+    for (ZORVA_MET& met : verdicts.met) {
+        auto element = m_root->take_first_child();
+        if (element->get_type() == PGM_COMMON_XML_ENUM_GOLDEN_TEMPLATE)
+            m_others.push_back(std::move(element));
+        else
+            m_definitions.push_back({std::move(met), std::move(element)});
     }
-    ZORVA_MET met{{zorva_definition_kind(*element), zorva_definition_name(*element)},
-                  zorva_is_taken(*m_interface, *element)};
-    m_definitions.push_back({std::move(met), std::move(element)});
+    return {};
 }
 
 ZORVA_CONTENTS ZORVA_STORED_FILE::contents() const {

@@ -58,7 +58,6 @@ class ZORVA_STORED_FILE {
     ZORVA_STORED_FILE(const ZORVA_INTERFACE& interface, std::string path);
     // Why the bytes aren't taken; empty if they are.
     std::string parse(const std::string& bytes);
-    void take(std::unique_ptr<PGM_COMMON_XML_ELEMENT> element);
     void erase_but(const ZORVA_DEFINITION_KEY& key, const PGM_COMMON_XML_ELEMENT* kept);
     PGM_COMMON_XML_ELEMENT& root();
     void sort(const std::set<ZORVA_DEFINITION_KEY>& in_force);

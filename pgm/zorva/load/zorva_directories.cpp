@@ -1,5 +1,5 @@
-// The two directories of user files, and the user's stored choice.
-#include "pgm/zorva/zorva_mgr.h"
+#include "pgm/zorva/load/zorva_directories.h"
+
 #include "services/file.h"
 #include "services/pgm_common.h"
 #include "services/settings.h"
@@ -17,27 +17,27 @@ std::string normalised(std::string dir) {
 
 }  // namespace
 
-const std::string ZORVA_MGR::get_db_kestrin_dir() {
+std::string zorva_installation_directory() {
     return normalised(PGM_COMMON::pgm_get_common_programmer() + "xml/");
 }
 
-const std::string ZORVA_MGR::get_db_custom_dir() {
+std::string zorva_custom_directory() {
     if (s_db_custom_dir.empty()) s_db_custom_dir = normalised("./");
     return s_db_custom_dir;
 }
 
-void ZORVA_MGR::set_db_custom_dir(std::string dir) {
+void zorva_set_custom_directory(std::string dir) {
     s_db_custom_dir = dir.empty() ? dir : normalised(dir + "/");
 }
 
-const std::string ZORVA_MGR::get_custom_dir_from_ini() {
+std::string zorva_stored_custom_directory() {
     const std::string stored = cfg_get_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR);
     if (!stored.empty()) return normalised(stored + "/");
     const std::string dir = normalised("./");
-    return save_custom_dir_to_ini(dir, false) ? dir : std::string();
+    return zorva_store_custom_directory(dir, false) ? dir : std::string();
 }
 
-bool ZORVA_MGR::save_custom_dir_to_ini(std::string dir, bool force) {
+bool zorva_store_custom_directory(const std::string& dir, bool force) {
     if (!force && (dir.empty() || !FIO_FILE_SYSTEM::exists(dir))) return false;
     const std::string value = normalised(dir + "/");
     const std::string stored = cfg_get_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR);
@@ -45,4 +45,11 @@ bool ZORVA_MGR::save_custom_dir_to_ini(std::string dir, bool force) {
     if (gen_stricmp(stored.c_str(), value.c_str()) == 0) return true;
     return cfg_set_user_ini_value(CFG_USER_INI_ZORVA_CUSTOM_DIR, value.c_str()) &&
            cfg_write_user_ini_file();
+}
+
+std::string zorva_database_directory(const std::string& file) {
+    const std::string directory = FIO_PATH(file).full_directory();
+    const bool is_ours =
+        directory == zorva_installation_directory() || directory == zorva_custom_directory();
+    return is_ours ? directory : std::string();
 }

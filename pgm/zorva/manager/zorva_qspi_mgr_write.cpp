@@ -1,23 +1,14 @@
 // From records and user templates to QSPI documents.
-#include "pgm/zorva/load/zorva_xml_file.h"
+#include "pgm/zorva/manager/zorva_mgr_parts.h"
 #include "pgm/zorva/qspi/zorva_qspi_interface.h"
 #include "pgm/zorva/qspi/zorva_qspi_write.h"
 #include "pgm/zorva/rules/zorva_report.h"
 #include "pgm/zorva/zorva_qspi_mgr.h"
-#include "services/file.h"
-
-#include <algorithm>
 
 namespace {
 
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> new_element(PGM_COMMON_XML_ENUM tag) {
     return PGM_COMMON_XML::new_element(PGM_COMMON_XML_FILE_QSPI, tag);
-}
-
-std::unique_ptr<PGM_COMMON_XML_ELEMENT> new_root() {
-    auto root = new_element(PGM_COMMON_XML_ENUM_QSPI_FLASH);
-    root->write_attribute_value("version", 1);
-    return root;
 }
 
 std::unique_ptr<PGM_COMMON_XML_ELEMENT> text_element(PGM_COMMON_XML_ENUM tag,
@@ -61,7 +52,7 @@ std::unique_ptr<PGM_COMMON_XML_ELEMENT> ZORVA_QSPI_MGR::create_xml_device_info(Z
 PGM_COMMON_XML_ELEMENT* ZORVA_QSPI_MGR::create_xml_object_with_flash_list(
     std::vector<ZORVA_FLASH*> flash_list) {
     ZORVA_ASSERT(flash_list.size() > 0);
-    auto root = new_root();
+    auto root = PGM_COMMON_XML::new_root(PGM_COMMON_XML_FILE_QSPI);
     for (ZORVA_FLASH* flash : flash_list) {
         auto element = new_element(PGM_COMMON_XML_ENUM_FLASH);
         element->add_child(create_xml_device_info(flash).release(), nullptr);
@@ -78,11 +69,12 @@ PGM_COMMON_XML_ELEMENT* ZORVA_QSPI_MGR::create_xml_object_with_flash_list(
 void ZORVA_QSPI_MGR::create_user_template_with_template_list(
     PGM_COMMON_XML_ELEMENT*& root, std::vector<std::string> template_list) {
     ZORVA_ASSERT(template_list.size() > 0);
-    if (!root) root = new_root().release();
+    if (!root) root = PGM_COMMON_XML::new_root(PGM_COMMON_XML_FILE_QSPI).release();
+    const auto& m_user_flash_template_map = parts().catalogue.templates();
     for (const std::string& template_name : template_list) {
         ZORVA_ASSERT(m_user_flash_template_map.find(template_name) !=
                      m_user_flash_template_map.end());
-        const ZORVA_USER_FLASH_TEMPLATE& flows = *m_user_flash_template_map[template_name];
+        const ZORVA_USER_FLASH_TEMPLATE& flows = *m_user_flash_template_map.at(template_name);
         root->add_child(zorva_create_xml_user_template(template_name, flows.sfl_operation_list,
                                                        flows.sdm_operation_list)
                             .release(),
@@ -93,44 +85,19 @@ void ZORVA_QSPI_MGR::create_user_template_with_template_list(
 std::string ZORVA_QSPI_MGR::get_template_document(const std::string& template_name,
                                                   ZORVA_FLASH* flash) {
     ZORVA_ASSERT(flash);
-    if (!zorva_qspi_flows_are_writable(*flash)) return {};
-    const auto root = new_root();
-    root->add_child(zorva_create_xml_user_template(template_name, *flash).release(), nullptr);
+    if (!zorva_qspi_interface.is_writable(*flash)) return {};
+    const auto root = PGM_COMMON_XML::new_root(PGM_COMMON_XML_FILE_QSPI);
+    root->add_child(zorva_qspi_interface.template_element(template_name, *flash).release(),
+                    nullptr);
     return PGM_COMMON_XML::write_bytes(root.get());
 }
 
 bool ZORVA_QSPI_MGR::update_template_db(ZORVA_FLASH* flash, std::string db_dir) {
     ZORVA_ASSERT(flash);
     ZORVA_ASSERT(!flash->get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME).empty());
-    if (!carried_template_is_valid(*flash)) return false;
-    const std::string name = flash->get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME);
-    if (!write_template_xml_and_update_dir_map(flash, db_dir)) return false;
-    keep_template(name, *flash, m_template_db_dir_map[name]);
-    return true;
-}
-
-bool ZORVA_QSPI_MGR::write_template_xml_and_update_dir_map(ZORVA_FLASH* flash,
-                                                           const std::string& db_dir) {
-    const std::string name = flash->get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME);
-    const std::string file = zorva_own_file({ZORVA_DEFINITION_KIND::TEMPLATE, name}, db_dir);
-    if (!FIO_FILE_SYSTEM::exists(file)) zorva_trace("Touch new XML file, %s", file.c_str());
-    zorva_trace("Deleting old XML file %s", file.c_str());
-    if (!change_files({{ZORVA_DEFINITION_KIND::TEMPLATE, flash, ZORVA_BASIS::WHATEVER}}, db_dir,
-                      false))
-        return refuse_update(db_dir);
-    zorva_trace("Writing new XML file, %s", file.c_str());
-    m_template_db_dir_map[name] = file;
-    return true;
+    return carried_template_is_valid(*flash) && parts().store.write_template(*flash, db_dir);
 }
 
 bool ZORVA_QSPI_MGR::delete_template(std::string template_name) {
-    const auto found = m_template_db_dir_map.find(template_name);
-    if (found == m_template_db_dir_map.end()) return false;
-    const std::string directory = FIO_PATH(found->second).full_directory();
-    // The custom directory may have been changed since the load.
-    if (directory != get_db_kestrin_dir() && directory != get_db_custom_dir())
-        return refuse_update(directory);
-    trace_deletion(template_name, directory);
-    return delete_definition({ZORVA_DEFINITION_KIND::TEMPLATE, template_name}, found->second,
-                             directory);
+    return parts().store.delete_template(template_name);
 }

@@ -52,5 +52,5 @@ void ZORVA_SDMMC_FLASH::set_parameter_value(ZORVA_FLASH_PARAM param, std::string
     if (param != ZORVA_FLASH_PARAM_IO_VOLTAGE)
         ZORVA_FAIL("Unknown flash parameter: %d", static_cast<int>(param));
     m_io_voltage = std::move(value);
-    count_index_change();
+    tell_watcher();
 }

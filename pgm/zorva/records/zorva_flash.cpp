@@ -20,8 +20,6 @@ constexpr qword bytes_of_unit(char unit) {
 
 }  // namespace
 
-qword ZORVA_FLASH::s_index_change_count = 0;
-
 ZORVA_FLASH::ZORVA_FLASH(std::string name) : m_name(std::move(name)) {}
 ZORVA_FLASH::~ZORVA_FLASH() = default;
 

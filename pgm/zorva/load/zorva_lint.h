@@ -1,9 +1,8 @@
-// Judges files by themselves, without a manager.
+// Judges documents by themselves, without a manager.
 #pragma once
 
-#include "pgm/zorva/load/zorva_interface.h"
+#include "pgm/zorva/load/zorva_walk.h"
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -11,11 +10,16 @@
 ZORVA_LOAD_REPORT zorva_judge_files(const ZORVA_INTERFACE& interface,
                                     const std::vector<std::string>& files);
 
-// A document by itself, and its tree, whose children are the report's definitions in order; null
-// for bytes that are no such document.
 struct ZORVA_JUDGED {
+    // What a load would take: a device's record, or a template's flows.
+    struct DEFINITION {
+        ZORVA_DEFINITION_KEY key;
+        std::unique_ptr<ZORVA_FLASH> flash;
+        std::unique_ptr<ZORVA_USER_FLASH_TEMPLATE> flows;
+    };
     ZORVA_FILE_REPORT report;
-    std::unique_ptr<PGM_COMMON_XML_ELEMENT> root;
+    std::vector<DEFINITION> definitions;
 };
+// The bytes of one document, which the report calls `name`.
 ZORVA_JUDGED zorva_judge_bytes(const ZORVA_INTERFACE& interface, const std::string& bytes,
                                const std::string& name);

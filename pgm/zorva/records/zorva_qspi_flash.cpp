@@ -112,7 +112,7 @@ void ZORVA_QSPI_FLASH::set_parameter_value(ZORVA_FLASH_PARAM param, std::string 
     std::string* field = text_field(param);
     if (!field) ZORVA_FAIL("Unknown flash parameter: %d", static_cast<int>(param));
     *field = std::move(value);
-    if (param == ZORVA_FLASH_PARAM_IO_VOLTAGE) count_index_change();
+    if (param == ZORVA_FLASH_PARAM_IO_VOLTAGE) tell_watcher();
 }
 
 dword ZORVA_QSPI_FLASH::get_id_in_dword(dword* mask) const {
@@ -123,7 +123,7 @@ dword ZORVA_QSPI_FLASH::get_id_in_dword(dword* mask) const {
 void ZORVA_QSPI_FLASH::set_id(std::string id) {
     const auto bytes = zorva_data_list_bytes(id).value_or(std::vector<unsigned char>{});
     m_id = std::move(id);
-    count_index_change();
     m_id_value = zorva_little_endian(bytes);
     m_id_mask = zorva_little_endian(std::vector<unsigned char>(bytes.size(), 0xFF));
+    tell_watcher();
 }

@@ -1,5 +1,5 @@
 // The lists of the QSPI manager and their filters.
-#include "pgm/zorva/qspi/zorva_qspi_interface.h"
+#include "pgm/zorva/manager/zorva_mgr_parts.h"
 #include "pgm/zorva/rules/zorva_operation_table.h"
 #include "pgm/zorva/rules/zorva_report.h"
 #include "pgm/zorva/zorva_qspi_mgr.h"
@@ -8,6 +8,7 @@
 #include "services/text.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -65,108 +66,91 @@ std::vector<std::string> sorted_by_service(std::vector<std::string> names) {
     return names;
 }
 
-}  // namespace
-
-DEV_FAMILY_ENUM ZORVA_QSPI_MGR::get_flash_family() { return m_interface.flash_family; }
-
-const std::vector<DEV_FAMILY_ENUM> ZORVA_QSPI_MGR::get_device_family_list() {
-    return served_families();
-}
-
-const std::vector<PGMIO_CONFIG_SCHEME> ZORVA_QSPI_MGR::get_config_mode_list() {
-    return {m_interface.config_modes.begin(), m_interface.config_modes.end()};
-}
-
-const std::vector<std::string> ZORVA_QSPI_MGR::get_device_io_voltage_list() {
-    return {m_interface.io_voltages.begin(), m_interface.io_voltages.end()};
-}
-
-const std::vector<std::string> ZORVA_QSPI_MGR::get_device_density_list() {
-    return {m_interface.densities.begin(), m_interface.densities.end()};
-}
-
-const std::vector<std::string> ZORVA_QSPI_MGR::get_new_config_device_list(DEV_FAMILY_ENUM family,
-                                                                          PGMIO_CONFIG_SCHEME,
-                                                                          bool skip_filtering) {
-    const bool take_all = skip_filtering || m_skip_device_filtering;
-    const auto suits = [&](ZORVA_FLASH& flash) {
-        if (!suits_family(flash, family)) return false;
-        std::string vendor = flash.get_parameter_value(ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE);
-        return stl_toupper(vendor) != "ISSI" || takes_issi(family);
-    };
-    std::vector<std::string> names;
-    for (const auto& [name, flash] : m_flash_map)
-        if (take_all || suits(*flash)) names.push_back(name);
-    return names;
-}
-
-bool ZORVA_QSPI_MGR::legacy_config_device_suits(const std::string& device_name,
-                                                const std::string& io_voltage,
-                                                DEV_FAMILY_ENUM family,
-                                                PGMIO_CONFIG_SCHEME config_mode,
-                                                bool skip_filtering) {
-    if (skip_filtering || m_skip_device_filtering) return true;
-    if (io_voltage != family_info(family).io_voltage) return false;
+bool legacy_device_suits(ZORVA_MGR_PARTS& parts, const std::string& device_name,
+                         const std::string& io_voltage, DEV_FAMILY_ENUM family,
+                         PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering) {
+    if (parts.takes_all(skip_filtering)) return true;
+    if (io_voltage != parts.family(family).io_voltage) return false;
     if (config_mode == PGMIO_CONFIG_SCHEME_QSPI) return true;
     return config_mode == PGMIO_CONFIG_SCHEME_QSPI_SDM &&
            device_name.find(not_for_sdm) == std::string::npos;
 }
 
+const std::vector<ZORVA_OPERATION*>* flow_of(const ZORVA_USER_FLASH_TEMPLATE& flows,
+                                             ZORVA_PROG_FLOW_TYPE flow_type) {
+    return flow_type == ZORVA_PROG_FLOW_TYPE_SDM ? &flows.sdm_operation_list
+                                                 : &flows.sfl_operation_list;
+}
+
+}  // namespace
+
+const std::vector<std::string> ZORVA_QSPI_MGR::get_new_config_device_list(DEV_FAMILY_ENUM family,
+                                                                          PGMIO_CONFIG_SCHEME,
+                                                                          bool skip_filtering) {
+    const bool take_all = parts().takes_all(skip_filtering);
+    const auto suits = [&](ZORVA_FLASH& flash) {
+        if (!parts().suits_family(flash, family)) return false;
+        std::string vendor = flash.get_parameter_value(ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE);
+        return stl_toupper(vendor) != "ISSI" || takes_issi(family);
+    };
+    std::vector<std::string> names;
+    for (const auto& [name, flash] : parts().catalogue.devices())
+        if (take_all || suits(*flash)) names.push_back(name);
+    return names;
+}
+
 bool ZORVA_QSPI_MGR::is_legacy_config_device(const std::string& device_name, DEV_FAMILY_ENUM family,
                                              PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering) {
+    const auto& legacy = parts().legacy_devices;
     // The list would ask for the family at each device, so the family has an entry from then on.
-    const bool is_filtering = !skip_filtering && !m_skip_device_filtering;
-    if (is_filtering && !m_legacy_flash_map.empty()) family_info(family);
-    const auto found = m_legacy_flash_map.find(device_name);
-    return found != m_legacy_flash_map.end() &&
-           legacy_config_device_suits(device_name, found->second, family, config_mode,
-                                      skip_filtering);
+    if (!parts().takes_all(skip_filtering) && !legacy.empty()) parts().family(family);
+    const auto found = legacy.find(device_name);
+    return found != legacy.end() && legacy_device_suits(parts(), device_name, found->second, family,
+                                                        config_mode, skip_filtering);
 }
 
 const std::vector<std::string> ZORVA_QSPI_MGR::get_legacy_config_device_list(
     DEV_FAMILY_ENUM family, PGMIO_CONFIG_SCHEME config_mode, bool skip_filtering) {
     std::vector<std::string> names;
-    for (const auto& [name, io_voltage] : m_legacy_flash_map)
-        if (legacy_config_device_suits(name, io_voltage, family, config_mode, skip_filtering))
+    for (const auto& [name, io_voltage] : parts().legacy_devices)
+        if (legacy_device_suits(parts(), name, io_voltage, family, config_mode, skip_filtering))
             names.push_back(name);
     return sorted_by_service(std::move(names));
 }
 
 const std::vector<std::string> ZORVA_QSPI_MGR::get_prog_flow_template_list() {
-    std::vector<std::string> names;
-    for (const ZORVA_GOLDEN_VENDOR_ROW& vendor : zorva_golden_vendors())
-        names.emplace_back(vendor.name);
-    for (const auto& [name, user_template] : m_user_flash_template_map) names.push_back(name);
+    std::vector<std::string> names = get_user_template_list();
+    const auto vendors = zorva_golden_vendors();
+    std::ranges::transform(vendors, std::inserter(names, names.begin()),
+                           &ZORVA_GOLDEN_VENDOR_ROW::name);
     return names;
 }
 
 const std::vector<std::string> ZORVA_QSPI_MGR::get_user_template_list() {
     std::vector<std::string> names;
-    for (const auto& [name, user_template] : m_user_flash_template_map) names.push_back(name);
+    for (const auto& [name, user_template] : parts().catalogue.templates()) names.push_back(name);
     return names;
 }
 
 const std::vector<ZORVA_OPERATION*>* ZORVA_QSPI_MGR::get_prog_flow_template_operation_list(
     ZORVA_PROG_FLOW_TEMPLATE prog_flow_template, ZORVA_PROG_FLOW_TYPE flow_type) {
+    const auto& golden = parts().catalogue.golden_templates();
     const auto number = static_cast<std::size_t>(prog_flow_template);
-    if (number >= m_golden_templates.size()) ZORVA_FAIL("Unknown programming flow template");
-    const ZORVA_USER_FLASH_TEMPLATE& flows = *m_golden_templates[number];
-    return flow_type == ZORVA_PROG_FLOW_TYPE_SDM ? &flows.sdm_operation_list
-                                                 : &flows.sfl_operation_list;
+    if (number >= golden.size()) ZORVA_FAIL("Unknown programming flow template");
+    return flow_of(*golden[number], flow_type);
 }
 
 const std::vector<ZORVA_OPERATION*>* ZORVA_QSPI_MGR::get_user_template_operation_list(
     std::string& template_name, ZORVA_PROG_FLOW_TYPE flow_type) {
-    const auto found = m_user_flash_template_map.find(template_name);
-    if (found == m_user_flash_template_map.end())
+    const auto found = parts().catalogue.templates().find(template_name);
+    if (found == parts().catalogue.templates().end())
         ZORVA_FAIL("Unknown user template %s", template_name);
-    return flow_type == ZORVA_PROG_FLOW_TYPE_SDM ? &found->second->sdm_operation_list
-                                                 : &found->second->sfl_operation_list;
+    return flow_of(*found->second, flow_type);
 }
 
 bool ZORVA_QSPI_MGR::get_operation_editable_permission(ZORVA_FLASH* flash) {
     if (cfg_is_on("pgm_zorva_enable_operation_editable", false).value) return true;
-    if (m_use_sdm_mode) return false;
+    if (parts().use_sdm_mode) return false;
     return !flash || flash->get_flash_removable_permission() ||
            !device_exist_in_db(flash->get_name(), true);
 }

@@ -1,49 +1,26 @@
 // The checks of the parameters that only QSPI devices have.
 #include "pgm/zorva/qspi/zorva_qspi_interface.h"
-#include "pgm/zorva/rules/zorva_operation_table.h"
 #include "pgm/zorva/zorva_qspi_mgr.h"
 
 bool ZORVA_QSPI_MGR::device_id_is_valid(std::string id, std::string* err_msg) {
-    return zorva_passes(zorva_judge_device_id(id), err_msg);
+    return zorva_passes(judge(ZORVA_FLASH_PARAM_ID, id), err_msg);
 }
 
 bool ZORVA_QSPI_MGR::total_device_die_is_valid(dword value, std::string* err_msg) {
-    return zorva_passes(zorva_judge_total_device_die(value), err_msg);
+    return zorva_passes(zorva_qspi_interface.judge(ZORVA_FLASH_PARAM_TOTAL_DIE, value), err_msg);
 }
 
 bool ZORVA_QSPI_MGR::dummy_clock_cycle_is_valid(dword value, std::string* err_msg) {
-    return zorva_passes(zorva_judge_dummy_clock_cycle(value), err_msg);
-}
-
-std::optional<ZORVA_REFUSAL> ZORVA_QSPI_MGR::judge_template_name(const std::string& name) {
-    using enum ZORVA_MESSAGE;
-    std::string text = name;
-    if (!is_valid_name(text))
-        return ZORVA_REFUSAL{INVALID_TEMPLATE_NAME_WITH_EMPTY_STRING_OR_SPECIAL_CHAR, name, {}};
-    if (is_golden_template_name(text))
-        return ZORVA_REFUSAL{INVALID_TEMPLATE_NAME_CONFLICT_WITH_RESERVED_TEMPLATE, name, {}};
-    if (m_user_flash_template_map.contains(name))
-        return ZORVA_REFUSAL{INVALID_TEMPLATE_NAME_CONFLICT_WITH_TEMPLATE_DATABASE, name, {}};
-    if (device_exist_in_db(name, true))
-        return ZORVA_REFUSAL{INVALID_TEMPLATE_NAME_CONFLICT_WITH_EXISTING_DEVICE, name, {}};
-    return {};
+    return zorva_passes(zorva_qspi_interface.judge(ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE, value),
+                        err_msg);
 }
 
 bool ZORVA_QSPI_MGR::template_name_is_valid(std::string name, std::string* err_msg) {
-    return zorva_passes(judge_template_name(name), err_msg);
-}
-
-std::optional<ZORVA_REFUSAL> ZORVA_QSPI_MGR::judge_prog_flow_template(const std::string& name) {
-    const bool known =
-        zorva_is_golden_vendor(name) || m_user_flash_template_map.contains(name) ||
-        // The device under definition may be the first to use a template.
-        (m_flash && name == m_flash->get_parameter_value(ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE));
-    if (known && !name.empty()) return {};
-    return ZORVA_REFUSAL{ZORVA_MESSAGE::INVALID_PROGRAMMING_FLOW_TEMPLATE, name, {}};
+    return zorva_passes(judge(ZORVA_FLASH_PARAM_TEMPLATE_NAME, name), err_msg);
 }
 
 bool ZORVA_QSPI_MGR::prog_flow_template_is_valid(std::string name, std::string* err_msg) {
-    return zorva_passes(judge_prog_flow_template(name), err_msg);
+    return zorva_passes(judge(ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE, name), err_msg);
 }
 
 bool ZORVA_QSPI_MGR::is_parameter_valid(ZORVA_FLASH_PARAM param) {

@@ -1,7 +1,7 @@
 #include "pgm/zorva/zorva_sdmmc_mgr.h"
 
-#include "pgm/zorva/load/zorva_judge.h"
-#include "pgm/zorva/load/zorva_xml_file.h"
+#include "pgm/zorva/load/zorva_lint.h"
+#include "pgm/zorva/manager/zorva_mgr_parts.h"
 #include "pgm/zorva/rules/zorva_report.h"
 #include "pgm/zorva/sdmmc/zorva_sdmmc_interface.h"
 #include "pgm/zorva/zorva_sdmmc_flash.h"
@@ -28,20 +28,11 @@ void add_text(PGM_COMMON_XML_ELEMENT& parent, PGM_COMMON_XML_ENUM tag, const std
 
 ZORVA_SDMMC_MGR::ZORVA_SDMMC_MGR() : ZORVA_MGR(zorva_sdmmc_interface) {
     fill_family_info(is_served);
-    if (!parse_golden_template_xml()) ZORVA_FAIL("Failed to parse golden template XML.");
-    if (custom_devices_are_enabled()) parse_user_xml();
+    parts().loader.load_shipped_file();
+    if (custom_devices_are_enabled()) parts().loader.load_user_files();
 }
 
 ZORVA_SDMMC_MGR::~ZORVA_SDMMC_MGR() = default;
-
-bool ZORVA_SDMMC_MGR::parse_golden_template_xml() {
-    const std::string xml_file = zorva_golden_template_file(m_interface);
-    const auto object = parse_shipped_xml(xml_file);
-    report_file(xml_file, ZORVA_ORIGIN::SHIPPED);
-    const bool status = update_flash_list(*object, xml_file, m_flash_db_kestrin_dir_map, false);
-    ZORVA_ASSERT(status);
-    return status;
-}
 
 ZORVA_FLASH* ZORVA_SDMMC_MGR::get_flash_with_id(dword, dword) {
     ZORVA_FAIL("Unsupported function: get_flash_with_id");
@@ -51,21 +42,11 @@ bool ZORVA_SDMMC_MGR::is_new_device_supported() { return custom_devices_are_enab
 bool ZORVA_SDMMC_MGR::is_flash_operation_supported() { return false; }
 bool ZORVA_SDMMC_MGR::is_flash_action_supported() { return false; }
 
-DEV_FAMILY_ENUM ZORVA_SDMMC_MGR::get_flash_family() { return m_interface.flash_family; }
-
-const std::vector<DEV_FAMILY_ENUM> ZORVA_SDMMC_MGR::get_device_family_list() {
-    return served_families();
-}
-
-const std::vector<PGMIO_CONFIG_SCHEME> ZORVA_SDMMC_MGR::get_config_mode_list() {
-    return {m_interface.config_modes.begin(), m_interface.config_modes.end()};
-}
-
 const std::vector<std::string> ZORVA_SDMMC_MGR::get_new_config_device_list(DEV_FAMILY_ENUM,
                                                                            PGMIO_CONFIG_SCHEME,
                                                                            bool) {
     std::vector<std::string> names;
-    for (const auto& [name, flash] : m_flash_map) names.push_back(name);
+    for (const auto& [name, flash] : parts().catalogue.devices()) names.push_back(name);
     return names;
 }
 
@@ -73,14 +54,6 @@ const std::vector<std::string> ZORVA_SDMMC_MGR::get_legacy_config_device_list(DE
                                                                               PGMIO_CONFIG_SCHEME,
                                                                               bool) {
     return {};
-}
-
-const std::vector<std::string> ZORVA_SDMMC_MGR::get_device_io_voltage_list() {
-    return {m_interface.io_voltages.begin(), m_interface.io_voltages.end()};
-}
-
-const std::vector<std::string> ZORVA_SDMMC_MGR::get_device_density_list() {
-    return {m_interface.densities.begin(), m_interface.densities.end()};
 }
 
 const std::vector<std::string> ZORVA_SDMMC_MGR::get_prog_flow_template_list() { return {}; }
@@ -136,7 +109,6 @@ PGM_COMMON_XML_ELEMENT* ZORVA_SDMMC_MGR::create_xml_object_with_flash_list(
     std::vector<ZORVA_FLASH*> flash_list) {
     ZORVA_ASSERT(flash_list.size() > 0);
     auto root = PGM_COMMON_XML::new_root(PGM_COMMON_XML_FILE_SDMMC);
-    root->write_attribute_value("version", 1);
     for (ZORVA_FLASH* flash : flash_list) {
         auto element =
             PGM_COMMON_XML::new_element(PGM_COMMON_XML_FILE_SDMMC, PGM_COMMON_XML_ENUM_FLASH);
