@@ -68,7 +68,6 @@ int import_file(context& context, const import_options& options) {
     const database& db = context.db();
     ZORVA_MGR& manager = manager_for(db, bytes);
     const std::string directory = directory_for_new(db, options.write.to);
-    const quiet quiet;
     const auto definitions = manager.read_document(bytes, name).definitions;
     check_names(db, manager, definitions);
     if (definitions.empty()) throw refusal("The file defines no device and no template.");

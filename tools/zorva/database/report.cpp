@@ -1,5 +1,6 @@
 #include "tools/zorva/database/report.h"
 
+#include "pgm/zorva/zorva_helper.h"
 #include "services/settings.h"
 
 #include <fmt/format.h>
@@ -94,8 +95,7 @@ const char* state_name(ZORVA_DEFINITION_STATE state) {
 
 // Another interface's manager takes a shipped file for one of the installation's own.
 ZORVA_ORIGIN met_file::origin() const {
-    const bool is_shipped =
-        report->path == ZORVA_MGR::get_db_kestrin_dir() + meant_for->shipped_file;
+    const bool is_shipped = report->path == ZORVA_HELPER::get_shipped_file(meant_for->family);
     return is_shipped ? ZORVA_ORIGIN::SHIPPED : report->origin;
 }
 
