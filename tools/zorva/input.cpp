@@ -1,5 +1,6 @@
 #include "tools/zorva/input.h"
 
+#include "pgm/zorva/zorva_mgr.h"
 #include "services/file.h"
 
 #include <fmt/format.h>
@@ -10,7 +11,7 @@ namespace zorva_tool {
 
 listing list_directory(const std::string& directory) {
     const std::string normalised = FIO_PATH(directory + "/").full_directory();
-    FIO_FIND find(normalised + "pgm_flash_*.xml");
+    FIO_FIND find(normalised + ZORVA_MGR::get_file_mask());
     listing listing;
     for (std::string name = find.find_first(); !name.empty(); name = find.find_next())
         listing.files.push_back(normalised + name);

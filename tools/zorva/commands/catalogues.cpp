@@ -3,6 +3,7 @@
 #include "services/host.h"
 #include "tools/zorva/command_line.h"
 #include "tools/zorva/database/interface.h"
+#include "tools/zorva/database/report.h"
 #include "tools/zorva/text.h"
 
 #include <fmt/format.h>
@@ -41,13 +42,10 @@ int families(context& context) {
     return exit_done;
 }
 
-// Where the load met the user template that is in force; golden ones stand in the shipped file.
-json user_template_row(const ZORVA_MGR& manager, const std::string& name) {
-    for (const ZORVA_FILE_REPORT& file : manager.get_load_report())
-        for (const ZORVA_DEFINITION& is : file.definitions)
-            if (is.kind == ZORVA_DEFINITION_KIND::TEMPLATE && is.name == name &&
-                is.state == ZORVA_DEFINITION_STATE::IN_FORCE)
-                return {{"name", name}, {"kind", "user"}, {"file", file.path}, {"line", is.line}};
+json template_row(const ZORVA_MGR& manager, const std::string& name) {
+    if (const auto user = user_template_in_force(manager, name))
+        return {
+            {"name", name}, {"kind", "user"}, {"file", user->file->path}, {"line", user->is->line}};
     return {{"name", name}, {"kind", "golden"}, {"file", nullptr}, {"line", nullptr}};
 }
 
@@ -75,7 +73,7 @@ int list_templates(context& context) {
     json rows = json::array();
     for (ZORVA_MGR* manager : context.db().managers())
         for (const std::string& name : manager->get_prog_flow_template_list())
-            rows.push_back(user_template_row(*manager, name));
+            rows.push_back(template_row(*manager, name));
     context.out().list("ok", "templates", template_columns, rows);
     return exit_done;
 }

@@ -135,48 +135,61 @@ int remove(context& context, const edit_options& options) {
     return remove_in_force(context, options);
 }
 
-}  // namespace
+using shared_options = std::shared_ptr<edit_options>;
 
-void add_edit(command_line& line) {
-    const auto options = std::make_shared<edit_options>();
-    CLI::App* copy_command =
-        line.add(line.app(), "copy", "Make a device of your own from another one",
-                 with_field_help(
-                     "  zorva copy MT25QU128 MY_FLASH\n"
-                     "  zorva copy W25Q256JV MY_FLASH --set 'id=0xEF 0x70 0x19' \\\n"
-                     "             'sfl.initialization[3].expected_data=0xEF 0x70 0x19' \\\n"
-                     "             'sdm.initialization[3].expected_data=0xEF 0x70 0x19'\n\n"
-                     "Copy a device of the size of your part: the flows use 4 address bytes above\n"
-                     "128Mb, else 3, and setting 'density' doesn't change them."),
-                 [options](context& context) { return copy(context, *options); });
-    CLI::App* set_command = line.add(
-        line.app(), "set", "Change values of a device of your own",
+// A command about one device, which shares its options with the others of this file.
+CLI::App* add_command(command_line& line, const char* name, const char* description,
+                      const std::string& examples, const shared_options& options,
+                      int (*run)(context&, const edit_options&)) {
+    CLI::App* command = line.add(line.app(), name, description, examples,
+                                 [=](context& context) { return run(context, *options); });
+    command->add_option("DEVICE", options->name, "Name of the device")->required()->type_name("");
+    add_dry_run(*command, options->write);
+    return command;
+}
+
+void add_copy(command_line& line, const shared_options& options) {
+    CLI::App* command = add_command(
+        line, "copy", "Make a device of your own from another one",
+        with_field_help(
+            "  zorva copy MT25QU128 MY_FLASH\n"
+            "  zorva copy W25Q256JV MY_FLASH --set 'id=0xEF 0x70 0x19' \\\n"
+            "             'sfl.initialization[3].expected_data=0xEF 0x70 0x19' \\\n"
+            "             'sdm.initialization[3].expected_data=0xEF 0x70 0x19'\n\n"
+            "Copy a device of the size of your part: the flows use 4 address bytes above\n"
+            "128Mb, else 3, and setting 'density' doesn't change them."),
+        options, copy);
+    command->add_option("NEW", options->new_name, "Name of the new device: letters, digits, _")
+        ->required()
+        ->type_name("");
+    command->add_option("--set", options->assignments, "What differs")->type_name("FIELD=VALUE");
+    add_to(*command, options->write);
+}
+
+void add_set(command_line& line, const shared_options& options) {
+    CLI::App* command = add_command(
+        line, "set", "Change values of a device of your own",
         with_field_help("  zorva set MY_FLASH 'sfl.initialization[2].delay=800' \\\n"
                         "            'sdm.initialization[2].delay=800'\n"
                         "  zorva set MY_FLASH 'id=0xEF 0x70 0x19' \\\n"
                         "            'sfl.initialization[3].expected_data=0xEF 0x70 0x19' \\\n"
                         "            'sdm.initialization[3].expected_data=0xEF 0x70 0x19'"),
-        [options](context& context) { return set(context, *options); });
-    CLI::App* rm_command =
-        line.add(line.app(), "rm", "Remove a device of your own",
-                 "  zorva rm MY_FLASH\n"
-                 "  zorva rm MY_FLASH --dry-run",
-                 [options](context& context) { return remove(context, *options); });
-    for (CLI::App* command : {copy_command, set_command, rm_command}) {
-        command->add_option("DEVICE", options->name, "Name of the device")
-            ->required()
-            ->type_name("");
-        add_dry_run(*command, options->write);
-    }
-    copy_command->add_option("NEW", options->new_name, "Name of the new device: letters, digits, _")
+        options, set);
+    command->add_option("FIELD=VALUE", options->assignments, "What to change")
         ->required()
         ->type_name("");
-    copy_command->add_option("--set", options->assignments, "What differs")
-        ->type_name("FIELD=VALUE");
-    add_to(*copy_command, options->write);
-    set_command->add_option("FIELD=VALUE", options->assignments, "What to change")
-        ->required()
-        ->type_name("");
+}
+
+}  // namespace
+
+void add_edit(command_line& line) {
+    const auto options = std::make_shared<edit_options>();
+    add_copy(line, options);
+    add_set(line, options);
+    add_command(line, "rm", "Remove a device of your own",
+                "  zorva rm MY_FLASH\n"
+                "  zorva rm MY_FLASH --dry-run",
+                options, remove);
 }
 
 }  // namespace zorva_tool

@@ -68,7 +68,6 @@ int import_file(context& context, const import_options& options) {
     const database& db = context.db();
     ZORVA_MGR& manager = manager_for(db, bytes);
     const std::string directory = directory_for_new(db, options.write.to);
-    const quiet quiet;
     const auto definitions = manager.read_document(bytes, name).definitions;
     check_names(db, manager, definitions);
     if (definitions.empty()) throw refusal("The file defines no device and no template.");
@@ -101,20 +100,18 @@ int export_device(context& context, const export_options& options) {
             fmt::format("{} is a legacy device; there is nothing to write of it.", device.name));
     const std::string document = device.manager->get_flash_document(device.flash);
     output& out = context.out();
-    const bool is_file = !options.file.empty() && options.file != "-";
-    if (is_file) write_new_file(options.file, document);
-    if (out.is_json()) {
-        json members = {{"name", device.name}};
-        if (is_file)
-            members["path"] = options.file;
+    if (options.file.empty() || options.file == "-") {
+        if (out.is_json())
+            out.document("ok", {{"name", device.name}, {"document", document}});
         else
-            members["document"] = document;
-        out.document("ok", members);
-    } else if (!is_file) {
-        out.bytes(document);
-    } else {
-        out.line(printable(options.file));
+            out.bytes(document);
+        return exit_done;
     }
+    write_new_file(options.file, document);
+    if (out.is_json())
+        out.document("ok", {{"name", device.name}, {"path", options.file}});
+    else
+        out.line(printable(options.file));
     return exit_done;
 }
 

@@ -202,6 +202,18 @@ const char* status_of(const std::vector<device>& devices) {
     return devices.empty() ? "not-found" : devices.size() == 1 ? "ok" : "ambiguous";
 }
 
+void print(output& out, const std::vector<device>& devices) {
+    json rows = json::array();
+    for (const device& device : devices) rows.push_back(device_json(device));
+    const json different = difference_rows(devices);
+    if (out.is_json())
+        return out.document(status_of(devices), {{"devices", rows}, {"differences", different}});
+    out.list(status_of(devices), "devices", device_columns(), rows);
+    if (out.is_names() || different.empty()) return;
+    out.line("");
+    out.table(difference_columns, with_some_names(different));
+}
+
 int identify(context& context, const identify_options& options) {
     const id_bytes asked = parse_bytes(joined(options.bytes, " "));
     const dword mask = options.mask.empty() ? asked.defined : parse_bytes(options.mask).value;
@@ -209,19 +221,8 @@ int identify(context& context, const identify_options& options) {
         throw failure(exit_command_line, "The mask has to mark bits of the bytes, and of no more.");
     context.db().require_flows();
     const std::vector<device> devices = candidates(context.db(), asked.value, mask);
-    json rows = json::array();
-    for (const device& device : devices) rows.push_back(device_json(device));
-    const json different = difference_rows(devices);
     output& out = context.out();
-    if (out.is_json()) {
-        out.document(status_of(devices), {{"devices", rows}, {"differences", different}});
-    } else {
-        out.list(status_of(devices), "devices", device_columns(), rows);
-        if (!out.is_names() && !different.empty()) {
-            out.line("");
-            out.table(difference_columns, with_some_names(different));
-        }
-    }
+    print(out, devices);
     note_short_ids(out, devices, mask);
     if (devices.empty()) out.note("No device answers these bytes.");
     if (devices.size() > 1)

@@ -79,7 +79,8 @@ class file_list {
         if (!listing.failure.empty())
             add_unreadable(m_result, directory, listing.failure);
         else if (listing.files.empty())
-            add_unreadable(m_result, directory, "No file in here is named pgm_flash_*.xml.");
+            add_unreadable(m_result, directory,
+                           fmt::format("No file in here is named {}.", ZORVA_MGR::get_file_mask()));
         for (const std::string& file : listing.files) add_file(file);
     }
     bool is_new(const std::string& file) {

@@ -2,6 +2,7 @@
 #include "tools/zorva/command_line.h"
 #include "tools/zorva/database/flow.h"
 #include "tools/zorva/database/record.h"
+#include "tools/zorva/database/report.h"
 #include "tools/zorva/database/writer.h"
 #include "tools/zorva/text.h"
 
@@ -26,7 +27,7 @@ int show(context& context, const std::string& name) {
     output& out = context.out();
     if (out.is_json()) {
         out.document("ok", {{"name", name},
-                            {"kind", is_golden_template(manager, name) ? "golden" : "user"},
+                            {"kind", user_template_in_force(manager, name) ? "user" : "golden"},
                             {"flows", flows_json(flows, flow_table())}});
     } else if (out.is_names()) {
         out.line(printable(name));
@@ -52,26 +53,16 @@ int save(context& context, const template_options& options) {
     return writer.finish();
 }
 
-// The file of the user template in force.
-std::string file_of(const ZORVA_MGR& manager, const std::string& name) {
-    for (const ZORVA_FILE_REPORT& file : manager.get_load_report())
-        for (const ZORVA_DEFINITION& is : file.definitions)
-            if (is.kind == ZORVA_DEFINITION_KIND::TEMPLATE && is.name == name &&
-                is.state == ZORVA_DEFINITION_STATE::IN_FORCE)
-                return file.path;
-    return {};
-}
-
 int remove(context& context, const template_options& options) {
     ZORVA_MGR& manager = manager_of_template(context.db(), options.name);
-    if (is_golden_template(manager, options.name))
+    const auto own = user_template_in_force(manager, options.name);
+    if (!own)
         throw failure(exit_protected,
                       fmt::format("{} is a shipped template; only templates of your own can be "
                                   "removed.",
                                   options.name));
     writer writer(context, options.write);
-    writer.remove(manager, {ZORVA_DEFINITION_KIND::TEMPLATE, options.name},
-                  file_of(manager, options.name));
+    writer.remove(manager, {ZORVA_DEFINITION_KIND::TEMPLATE, options.name}, own->file->path);
     return writer.finish();
 }
 

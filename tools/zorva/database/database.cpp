@@ -45,7 +45,7 @@ void set_custom_dir(const custom_directory& custom_dir) {
 std::string load_failure(const std::string& condition) {
     for (const interface_row* row : selected_interfaces("all")) {
         if (row->setting != nullptr && !cfg_is_on(row->setting, false).value) continue;
-        const std::string file = ZORVA_MGR::get_db_kestrin_dir() + row->shipped_file;
+        const std::string file = ZORVA_HELPER::get_shipped_file(row->family);
         const ZORVA_FILE_REPORT report = row->judge_files({file}).front();
         std::vector<ZORVA_FINDING> findings = report.findings;
         for (const ZORVA_DEFINITION& definition : report.definitions)
@@ -180,6 +180,10 @@ std::vector<device> database::devices() const {
 }
 
 std::optional<device> database::stored_by(ZORVA_MGR& manager, const std::string& name) const {
+    if (manager.get_flash_file(name).empty()) return {};
+    if (!manager.device_is_legacy(name, true))
+        return device_of(manager, *manager.get_flash(name, true));
+    // A look-up by the name would give the legacy device.
     for (ZORVA_FLASH* flash : manager.get_flash_list_with_id(0, 0))
         if (flash->get_name() == name) return device_of(manager, *flash);
     return {};
@@ -229,12 +233,12 @@ failure database::no_device(const std::string& name) const {
 
 std::vector<std::string> database::device_names() const {
     std::vector<std::string> names;
-    for (const device& device : devices()) names.push_back(device.name);
     for (ZORVA_MGR* manager : m_managers)
-        std::ranges::copy(
-            manager->get_legacy_config_device_list(manager->get_active_device_family(),
-                                                   manager->get_active_config_mode(), true),
-            std::back_inserter(names));
+        for (const auto list :
+             {&ZORVA_MGR::get_new_config_device_list, &ZORVA_MGR::get_legacy_config_device_list})
+            std::ranges::copy((manager->*list)(manager->get_active_device_family(),
+                                               manager->get_active_config_mode(), true),
+                              std::back_inserter(names));
     return names;
 }
 

@@ -18,6 +18,11 @@ namespace {
 
 quiet* innermost_quiet = nullptr;
 
+void check(const ZORVA_MGR& manager, ZORVA_FLASH_PARAM param, const auto& value) {
+    if (const auto finding = manager.judge_parameter(param, value))
+        throw refusal(finding->sentence, finding->id);
+}
+
 // The one of the known spellings that means the same as a value; else the value, for the library to
 // judge.
 std::string known_spelling(const std::string& value, const std::vector<std::string>& known,
@@ -69,10 +74,7 @@ std::string store_number(ZORVA_MGR& manager, ZORVA_FLASH& flash, ZORVA_FLASH_PAR
         PGM_COMMON::convert_string_to_dword(value, false, &is_number, nullptr, false);
     if (value.empty() || !is_number)
         throw refusal(fmt::format("'{}' is no number.", shortened(value)));
-    const quiet quiet;
-    std::string sentence;
-    if (!manager.is_parameter_valid(param, number, &sentence))
-        throw refusal(sentence, quiet.message_id());
+    check(manager, param, number);
     flash.set_parameter_value(param, number);
     const bool may_mislead = value.starts_with('0') && !value.starts_with("0x") && number > 7;
     return may_mislead ? fmt::format("'{}' is read as decimal: {}.", value, number) : "";
@@ -107,9 +109,7 @@ std::string templates(ZORVA_MGR& manager, ZORVA_FLASH_PARAM) {
 // The library tells of a number whether it is good, and not up to where.
 std::string numbers(ZORVA_MGR& manager, ZORVA_FLASH_PARAM param) {
     constexpr dword most_tried = 256;
-    const auto is_good = [&](dword number) {
-        return manager.is_parameter_valid(param, number, nullptr);
-    };
+    const auto is_good = [&](dword number) { return !manager.judge_parameter(param, number); };
     const dword least = is_good(0) ? 0 : 1;
     dword beyond = least;
     while (beyond < most_tried && is_good(beyond)) ++beyond;
@@ -129,10 +129,7 @@ bool quiet::takes(const pgm_host::message& message) {
 }
 
 void check_value(ZORVA_MGR& manager, ZORVA_FLASH_PARAM param, const std::string& value) {
-    const quiet quiet;
-    std::string sentence;
-    if (!manager.is_parameter_valid(param, value, &sentence))
-        throw refusal(sentence, quiet.message_id());
+    check(manager, param, value);
 }
 
 std::string field_editor::set(ZORVA_MGR& manager, ZORVA_FLASH& flash,

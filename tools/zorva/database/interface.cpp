@@ -1,27 +1,24 @@
 #include "tools/zorva/database/interface.h"
 
+#include "pgm/zorva/zorva_helper.h"
 #include "pgm/zorva/zorva_qspi_mgr.h"
 #include "pgm/zorva/zorva_sdmmc_mgr.h"
 #include "services/file.h"
-#include "services/pgm_common.h"
 #include "services/pgmdev.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <iterator>
 
 namespace zorva_tool {
 
 namespace {
 
 constexpr interface_row interface_table[] = {
-    {"qspi", "QSPI", DEV_FAMILY_QSPI_FLASH, "pgm_flash_db_qspi.xml", "QSPI_FLASH",
-     &PGMDEV_DEVICE_INFO::qspi, nullptr, nullptr, &ZORVA_QSPI_MGR::judge_files,
-     &ZORVA_QSPI_MGR::judge_bytes},
-    {"sdmmc", "SD/MMC", DEV_FAMILY_SDMMC_FLASH, "pgm_flash_db_sdmmc.xml", "SDMMC_FLASH",
-     &PGMDEV_DEVICE_INFO::sdmmc, "pgm_enable_sdmmc", "pgm_enable_custom_sdmmc",
-     &ZORVA_SDMMC_MGR::judge_files, &ZORVA_SDMMC_MGR::judge_bytes},
+    {"qspi", "QSPI", DEV_FAMILY_QSPI_FLASH, &PGMDEV_DEVICE_INFO::qspi, nullptr, nullptr,
+     &ZORVA_QSPI_MGR::judge_files, &ZORVA_QSPI_MGR::judge_bytes},
+    {"sdmmc", "SD/MMC", DEV_FAMILY_SDMMC_FLASH, &PGMDEV_DEVICE_INFO::sdmmc, "pgm_enable_sdmmc",
+     "pgm_enable_custom_sdmmc", &ZORVA_SDMMC_MGR::judge_files, &ZORVA_SDMMC_MGR::judge_bytes},
 };
 
 }  // namespace
@@ -37,10 +34,9 @@ const interface_row& interface_of(DEV_FAMILY_ENUM family) {
     return *std::ranges::find(interface_table, family, &interface_row::family);
 }
 
-const interface_row& interface_for_bytes(std::string_view bytes) {
-    const std::string root = PGM_COMMON_XML::root_name(bytes);
-    const auto row = std::ranges::find(interface_table, root, &interface_row::root);
-    return row == std::end(interface_table) ? interface_table[0] : *row;
+const interface_row& interface_for_bytes(const std::string& bytes) {
+    const auto family = ZORVA_HELPER::find_document_family(bytes);
+    return family ? interface_of(*family) : interface_table[0];
 }
 
 const interface_row& interface_for(const std::string& file) {

@@ -7,17 +7,14 @@
 #include <optional>
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace zorva_tool {
 
 struct interface_row {
-    const char* name;        // as --interface takes it
-    const char* label;       // as a person reads it
-    DEV_FAMILY_ENUM family;  // of its manager
-    const char* shipped_file;
-    const char* root;                  // the root element of its documents
+    const char* name;                  // as --interface takes it
+    const char* label;                 // as a person reads it
+    DEV_FAMILY_ENUM family;            // of its manager
     bool PGMDEV_DEVICE_INFO::*serves;  // whether it serves a device family
     const char* setting;               // the switch that it hangs on; null if it is always on
     const char* custom_setting;        // the same for devices of one's own
@@ -29,8 +26,8 @@ struct interface_row {
 // The interfaces that `name` selects, "all" or the name of one.
 std::vector<const interface_row*> selected_interfaces(const std::string& name);
 const interface_row& interface_of(DEV_FAMILY_ENUM family);
-// The interface that a document is meant for, by its root element; the first if that doesn't tell.
-const interface_row& interface_for_bytes(std::string_view bytes);
+// The interface that a document is meant for; the first if the document doesn't tell.
+const interface_row& interface_for_bytes(const std::string& bytes);
 // The same of a file.
 const interface_row& interface_for(const std::string& file);
 

@@ -84,13 +84,6 @@ ZORVA_MGR& manager_of_template(const database& db, const std::string& name) {
     throw db.not_found("template", name, db.template_names());
 }
 
-bool is_golden_template(ZORVA_MGR& manager, const std::string& name) {
-    // The golden ones stand in front of the user's.
-    const std::vector<std::string> names = manager.get_prog_flow_template_list();
-    const auto place = std::ranges::find(names, name) - names.begin();
-    return place < std::ssize(names) - std::ssize(manager.get_user_template_list());
-}
-
 ZORVA_FLASH& new_copy(ZORVA_MGR& manager, ZORVA_FLASH& original, const std::string& name) {
     ZORVA_FLASH& copy = *manager.create_flash(name);
     copy.set_density(original.get_density());
@@ -117,12 +110,14 @@ void copy_flows(ZORVA_FLASH& to, ZORVA_FLASH& from) {
 }
 
 void copy_template_flows(ZORVA_MGR& manager, ZORVA_FLASH& flash, const std::string& name) {
+    // The golden ones stand in front of the user's, in the order of their numbers.
     const std::vector<std::string> names = manager.get_prog_flow_template_list();
     const auto place = std::ranges::find(names, name) - names.begin();
+    const auto golden_count = std::ssize(names) - std::ssize(manager.get_user_template_list());
     std::string user_name = name;
     for (const flow_row& flow : flow_table())
         copy_flow(flash, flow.type,
-                  is_golden_template(manager, name)
+                  place < golden_count
                       ? *manager.get_prog_flow_template_operation_list(
                             static_cast<ZORVA_PROG_FLOW_TEMPLATE>(place), flow.type)
                       : *manager.get_user_template_operation_list(user_name, flow.type));

@@ -18,7 +18,6 @@ void check_new_devices_are_supported(ZORVA_MGR& manager);
 
 // The manager of a template, golden or a user's; a miss is a failure.
 ZORVA_MGR& manager_of_template(const database& db, const std::string& name);
-bool is_golden_template(ZORVA_MGR& manager, const std::string& name);
 
 // A record with the values and the flows of another one, which may be another manager's. Like all
 // that follow it belongs to `manager`.

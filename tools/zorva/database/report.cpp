@@ -1,5 +1,6 @@
 #include "tools/zorva/database/report.h"
 
+#include "pgm/zorva/zorva_helper.h"
 #include "services/settings.h"
 
 #include <fmt/format.h>
@@ -52,6 +53,16 @@ met_file as_meant(const std::vector<told_file>& told) {
 
 std::string definition::place() const { return fmt::format("{}:{}", file->path, is->line); }
 
+std::optional<definition> user_template_in_force(const ZORVA_MGR& manager,
+                                                 const std::string& name) {
+    for (const ZORVA_FILE_REPORT& file : manager.get_load_report())
+        for (const ZORVA_DEFINITION& is : file.definitions)
+            if (is.kind == ZORVA_DEFINITION_KIND::TEMPLATE && is.name == name &&
+                is.state == ZORVA_DEFINITION_STATE::IN_FORCE)
+                return definition{&file, &is};
+    return {};
+}
+
 const char* origin_name(ZORVA_ORIGIN origin) {
     switch (origin) {
         case ZORVA_ORIGIN::SHIPPED:
@@ -84,8 +95,7 @@ const char* state_name(ZORVA_DEFINITION_STATE state) {
 
 // Another interface's manager takes a shipped file for one of the installation's own.
 ZORVA_ORIGIN met_file::origin() const {
-    const bool is_shipped =
-        report->path == ZORVA_MGR::get_db_kestrin_dir() + meant_for->shipped_file;
+    const bool is_shipped = report->path == ZORVA_HELPER::get_shipped_file(meant_for->family);
     return is_shipped ? ZORVA_ORIGIN::SHIPPED : report->origin;
 }
 

@@ -5,6 +5,7 @@
 #include "tools/zorva/database/interface.h"
 #include "tools/zorva/output.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,10 @@ struct definition {
 
     std::string place() const;  // "FILE:LINE"
 };
+
+// Where the load met the user template that is in force. Nothing for a golden one, which stands in
+// the shipped file without a definition of its own.
+std::optional<definition> user_template_in_force(const ZORVA_MGR& manager, const std::string& name);
 
 // A file and what the one manager tells of it that it is meant for.
 struct met_file {

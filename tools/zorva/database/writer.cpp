@@ -4,7 +4,6 @@
 #include "services/file.h"
 #include "tools/zorva/command_line.h"
 #include "tools/zorva/database/address.h"
-#include "tools/zorva/database/field_editor.h"
 #include "tools/zorva/text.h"
 
 #include <fmt/format.h>
@@ -15,14 +14,6 @@
 namespace zorva_tool {
 
 namespace {
-
-std::string device_path(const std::string& directory, const std::string& name) {
-    return directory + "pgm_flash_" + name + ".xml";
-}
-
-std::string template_path(const std::string& directory, const std::string& name) {
-    return directory + "pgm_flash_template_" + name + ".xml";
-}
 
 // The library makes no document of a number that would be another one when it is read back.
 void check_document(const std::string& document, const std::string& name) {
@@ -42,12 +33,12 @@ struct stored {
 stored document_of(ZORVA_MGR& manager, const ZORVA_NEW_DEFINITION& definition,
                    const std::string& directory) {
     ZORVA_FLASH& flash = *definition.flash;
-    if (definition.kind == ZORVA_DEFINITION_KIND::DEVICE)
-        return {flash.get_name(), device_path(directory, flash.get_name()),
-                manager.get_flash_document(&flash)};
-    const std::string name = flash.get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME);
-    return {name, template_path(directory, name),
-            ZORVA_QSPI_MGR::get_template_document(name, &flash)};
+    const bool is_device = definition.kind == ZORVA_DEFINITION_KIND::DEVICE;
+    const std::string name =
+        is_device ? flash.get_name() : flash.get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME);
+    return {name, ZORVA_MGR::get_definition_file({definition.kind, name}, directory),
+            is_device ? manager.get_flash_document(&flash)
+                      : ZORVA_QSPI_MGR::get_template_document(name, &flash)};
 }
 
 // Why a change didn't come about; `what` names it.
@@ -98,7 +89,6 @@ void writer::store(ZORVA_MGR& manager, const std::vector<ZORVA_NEW_DEFINITION>& 
     }
     const std::string old_path = manager.get_flash_file(all.front().name);
     if (!m_dry_run) make_missing(directory);
-    const quiet quiet;
     const bool done = m_dry_run ? !FIO_FILE_SYSTEM::exists(directory) ||
                                       manager.try_definitions(definitions, directory)
                                 : manager.store_definitions(definitions, directory);
@@ -115,7 +105,6 @@ void writer::store(ZORVA_MGR& manager, const std::vector<ZORVA_NEW_DEFINITION>& 
 }
 
 void writer::remove(ZORVA_MGR& manager, const ZORVA_DEFINITION_KEY& key, const std::string& file) {
-    const quiet quiet;
     const bool done =
         m_dry_run ? manager.try_removal(key, file) : manager.remove_definition(key, file);
     if (!done)
