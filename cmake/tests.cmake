@@ -29,6 +29,9 @@ foreach(library pgm_host_services pgm_zorva)
            WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
 endforeach()
 
+add_test(NAME floors COMMAND Python3::Interpreter ${PROJECT_SOURCE_DIR}/tests/floors.py
+         ${PROJECT_SOURCE_DIR})
+
 add_test(NAME installed_package
          COMMAND ${PROJECT_SOURCE_DIR}/tests/consumer/check ${PROJECT_BINARY_DIR})
 set_property(TEST installed_package PROPERTY ENVIRONMENT

@@ -49,6 +49,12 @@ struct element : PGM_COMMON_XML_ELEMENT {
              &element::report_unsupported);
     }
 };
+struct described : PGM_COMMON_XML_DESCRIBED {
+    described() : PGM_COMMON_XML_DESCRIBED({}, {}, nullptr) {}
+    static void keep_all() {
+        keep(&described::add_described_attribute, &PGM_COMMON_XML_DESCRIPTION::find_child);
+    }
+};
 struct flash : ZORVA_QSPI_FLASH {
     static void keep_all() {
         keep(&flash::reserve_operations, &flash::set_watcher, &flash::tell_watcher);
@@ -109,6 +115,7 @@ void keep_xml() {
          &C::convert_string_to_qword, &C::convert_string_to_dword,
          &C::convert_hex_string_to_byte_array);
     element::keep_all();
+    described::keep_all();
 }
 
 void keep_database() {
@@ -167,6 +174,7 @@ void keep_database() {
     const PGM_COMMON_XML::REGISTRAR registrar(PGM_COMMON_XML_DOCUMENT{});
     const PGM_XML_ATTRIBUTE attribute("", {}, {}, "", "", nullptr);
     delete new element({}, {}, {}, {}, "", "", nullptr);
+    delete new described();
     ZORVA_TEXT text("");
     text = ZORVA_TEXT(text);  // refers and releases
     derived<ZORVA_QSPI_ACTION> one_action(ZORVA_ACT_TYPE_ERASE);
