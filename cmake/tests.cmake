@@ -24,7 +24,7 @@ add_dependencies(public_headers pgm_host_services_verify_interface_header_sets
 foreach(library pgm_host_services pgm_zorva)
   get_target_property(headers ${library} HEADER_SET)
   add_test(NAME ${library}_exported_symbols
-           COMMAND ${PROJECT_SOURCE_DIR}/tests/exported_symbols.sh $<TARGET_FILE:${library}>
+           COMMAND Python3::Interpreter tests/exported_symbols.py $<TARGET_FILE:${library}>
                    ${headers}
            WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
 endforeach()
@@ -38,7 +38,7 @@ set_property(TEST installed_package PROPERTY ENVIRONMENT
              CMAKE=${CMAKE_COMMAND} CXX=${CMAKE_CXX_COMPILER} CXXFLAGS=${CMAKE_CXX_FLAGS}
              LIBDIR=${CMAKE_INSTALL_LIBDIR})
 
-add_subdirectory(tests/own_services)
+add_subdirectory(examples/own_services)
 
 foreach(kind qspi sdmmc)
   add_test(NAME ${kind}_db_is_up_to_date COMMAND Python3::Interpreter make_${kind}_db.py --check

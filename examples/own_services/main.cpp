@@ -1,8 +1,8 @@
 // A host that brings its own services: it looks a shipped device up, asks which families its own
 // table has, and has a message of the library shown by its own service.
+#include "examples/own_services/services.h"
 #include "pgm/zorva/zorva_helper.h"
 #include "pgm/zorva/zorva_mgr.h"
-#include "tests/own_services/services.h"
 
 #include <iostream>
 

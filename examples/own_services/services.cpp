@@ -1,7 +1,7 @@
 // A host's own services, as small as they can be: messages on stdout, no settings, plain files and
 // a table of two families. The XML framework, the conversions and the text functions are
 // pgm_zorva's own.
-#include "tests/own_services/services.h"
+#include "examples/own_services/services.h"
 
 #include "services/file.h"
 #include "services/host.h"
