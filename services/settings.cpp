@@ -6,10 +6,10 @@
 #include "services/text.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -25,12 +25,9 @@ constexpr std::size_t longest_value = 1 << 16;
 constexpr std::size_t most_faults = 20;
 constexpr const char* switches = "settings";  // the section of the on/off settings
 constexpr const char* values = "user";        // the section of the user's values, by number
-constexpr std::array known_switches = {"pgm_enable_sdmmc", "pgm_enable_custom_sdmmc",
-                                       "pgm_enable_sdmmc_orlane", "pgm_zorva_skip_device_filtering",
-                                       "pgm_zorva_enable_operation_editable"};
 
 bool is_known_switch(const std::string& key) {
-    return std::ranges::find(known_switches, key) != known_switches.end();
+    return std::ranges::find(CFG_SWITCHES, key, &CFG_SWITCH::key) != std::end(CFG_SWITCHES);
 }
 
 std::optional<bool> read_switch(const std::string& text) {

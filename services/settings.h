@@ -12,6 +12,25 @@ struct NEVARA_BOOL {
 // Numbers of the user's stored values.
 enum CFG_USER_INI_ENUMS : unsigned { CFG_USER_INI_ZORVA_CUSTOM_DIR = 94 };
 
+// The on/off settings that the library asks for; all are off by default.
+inline constexpr const char* CFG_ENABLE_SDMMC = "pgm_enable_sdmmc";
+inline constexpr const char* CFG_ENABLE_CUSTOM_SDMMC = "pgm_enable_custom_sdmmc";
+inline constexpr const char* CFG_ENABLE_SDMMC_ORLANE = "pgm_enable_sdmmc_orlane";
+inline constexpr const char* CFG_SKIP_DEVICE_FILTERING = "pgm_zorva_skip_device_filtering";
+inline constexpr const char* CFG_ENABLE_OPERATION_EDITABLE = "pgm_zorva_enable_operation_editable";
+
+struct CFG_SWITCH {
+    const char* key;
+    const char* effect;  // of a setting that is on, for people
+};
+inline constexpr CFG_SWITCH CFG_SWITCHES[] = {
+    {CFG_ENABLE_SDMMC, "SD/MMC devices are there"},
+    {CFG_ENABLE_CUSTOM_SDMMC, "SD/MMC devices of your own are read and can be made"},
+    {CFG_ENABLE_SDMMC_ORLANE, "family 28 is served with SD/MMC devices"},
+    {CFG_SKIP_DEVICE_FILTERING, "devices of every I/O voltage suit every family"},
+    {CFG_ENABLE_OPERATION_EDITABLE, "flows of every device may be edited"},
+};
+
 // The on/off setting `key`: what the host set (pgm_host::set_setting), else what the settings
 // file says, else `default_value`.
 NEVARA_BOOL cfg_is_on(std::string key, bool default_value);

@@ -1,12 +1,9 @@
 // What no transcript can say of the tool: output that can't be written, several at work at once,
 // and pages that tell of it.
-#include "pgm/zorva/rules/zorva_action_table.h"
 #include "pgm/zorva/zorva_helper.h"
-#include "pgm/zorva/zorva_qspi_action.h"
 #include "services/pgm_common.h"
 #include "tests/store_support.h"
 #include "tools/zorva/app.h"
-#include "tools/zorva/database/flow.h"
 
 #include <sys/resource.h>
 
@@ -104,19 +101,6 @@ TEST_F(ToolTest, SeveralAtOnceLoseNothing) {
 }
 
 // A label that the table doesn't have would drop its property from every answer in silence.
-TEST_F(ToolTest, KnowsEveryPropertyOfAnAction) {
-    for (int type = ZORVA_ACT_TYPE_WRITE_REGISTER; type < ZORVA_ACT_TYPE_CUSTOM; ++type) {
-        ZORVA_QSPI_ACTION action(number<ZORVA_ACT_TYPE>(type));
-        for (const ZORVA_ACT_PROPERTY property : action.get_property_enum_list()) {
-            const auto* row = zorva_tool::find_property(action, property);
-            ASSERT_NE(row, nullptr) << action.get_property_name(property);
-            EXPECT_EQ(row->is_number_in_file,
-                      zorva_is_number_in_file(zorva_property_kind(property)))
-                << row->key;
-        }
-    }
-}
-
 TEST(ToolTextTest, FindsTheRootOfADocument) {
     const std::pair<std::string, const char*> rows[] = {
         {"<A/>", "A"},

@@ -43,7 +43,7 @@ void ZORVA_HELPER::clear() {
 void ZORVA_HELPER::refresh() {
     clear();
     m_mgr_list.push_back(std::make_unique<ZORVA_QSPI_MGR>());
-    if (cfg_is_on("pgm_enable_sdmmc", false).value)
+    if (cfg_is_on(CFG_ENABLE_SDMMC, false).value)
         m_mgr_list.push_back(std::make_unique<ZORVA_SDMMC_MGR>());
 }
 

@@ -3,7 +3,6 @@
 #include "services/host.h"
 #include "tools/zorva/command_line.h"
 #include "tools/zorva/database/directories.h"
-#include "tools/zorva/database/field_editor.h"
 #include "tools/zorva/text.h"
 
 #include <fmt/format.h>
@@ -32,7 +31,6 @@ class host_setup {
         if (!options.programmer_dir.empty())
             pgm_host::set_common_programmer(absolute_directory(options.programmer_dir));
         pgm_host::set_message_sink([&out](const pgm_host::message& message) {
-            if (quiet::takes(message)) return;
             const char* grade = message.type == MSG_POST_ERROR ? "error" : "warning";
             out.warning(fmt::format("{}[{}]", grade, message.id), message.text);
         });

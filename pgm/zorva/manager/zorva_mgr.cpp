@@ -20,7 +20,7 @@ ZORVA_MGR_PARTS::ZORVA_MGR_PARTS(const ZORVA_INTERFACE& its_interface,
       active_device_family(interface.default_device_family),
       active_config_mode(interface.default_config_mode),
       use_sdm_mode(interface.default_use_sdm_mode),
-      skip_device_filtering(cfg_is_on("pgm_zorva_skip_device_filtering", false).value) {}
+      skip_device_filtering(cfg_is_on(CFG_SKIP_DEVICE_FILTERING, false).value) {}
 
 bool ZORVA_MGR_PARTS::suits_family(ZORVA_FLASH& flash, DEV_FAMILY_ENUM device_family) {
     return flash.get_parameter_value(ZORVA_FLASH_PARAM_IO_VOLTAGE) ==

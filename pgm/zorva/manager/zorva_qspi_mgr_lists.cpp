@@ -135,7 +135,7 @@ const std::vector<ZORVA_OPERATION*>* ZORVA_QSPI_MGR::get_user_template_operation
 }
 
 bool ZORVA_QSPI_MGR::get_operation_editable_permission(ZORVA_FLASH* flash) {
-    if (cfg_is_on("pgm_zorva_enable_operation_editable", false).value) return true;
+    if (cfg_is_on(CFG_ENABLE_OPERATION_EDITABLE, false).value) return true;
     if (parts().use_sdm_mode) return false;
     return !flash || flash->get_flash_removable_permission() ||
            !device_exist_in_db(flash->get_name(), true);

@@ -11,11 +11,11 @@
 
 namespace {
 
-bool custom_devices_are_enabled() { return cfg_is_on("pgm_enable_custom_sdmmc", false).value; }
+bool custom_devices_are_enabled() { return cfg_is_on(CFG_ENABLE_CUSTOM_SDMMC, false).value; }
 
 bool is_served(const PGMDEV_DEVICE_INFO& info) {
-    return info.sdmmc && (info.family != ZORVA_FAMILY_ORLANE ||
-                          cfg_is_on("pgm_enable_sdmmc_orlane", false).value);
+    return info.sdmmc &&
+           (info.family != ZORVA_FAMILY_ORLANE || cfg_is_on(CFG_ENABLE_SDMMC_ORLANE, false).value);
 }
 
 void add_text(PGM_COMMON_XML_ELEMENT& parent, PGM_COMMON_XML_ENUM tag, const std::string& text) {

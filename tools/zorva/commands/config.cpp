@@ -19,18 +19,6 @@ namespace {
 
 constexpr const char* custom_dir_key = "custom-dir";
 
-struct switch_row {
-    const char* key;
-    const char* effect;
-};
-constexpr switch_row switches[] = {
-    {"pgm_enable_sdmmc", "SD/MMC devices are there"},
-    {"pgm_enable_custom_sdmmc", "SD/MMC devices of your own are read and can be made"},
-    {"pgm_enable_sdmmc_orlane", "family 28 is served with SD/MMC devices"},
-    {"pgm_zorva_skip_device_filtering", "devices of every I/O voltage suit every family"},
-    {"pgm_zorva_enable_operation_editable", "flows of every device may be edited"},
-};
-
 constexpr column setting_columns[] = {
     {"key", "Setting"}, {"value", "Value"}, {"stored_in", "Stored in"}, {"effect", "If on"}};
 
@@ -49,9 +37,9 @@ json setting_row(const std::string& key, const std::string& value, bool is_store
 
 json setting_rows() {
     json rows = json::array();
-    for (const switch_row& row : switches) {
+    for (const CFG_SWITCH& row : CFG_SWITCHES) {
         const bool is_on = cfg_is_on(row.key, false).value;
-        // What the settings don't hold is what the one who asks takes it to be.
+        // A setting that isn't stored gives back the default that the caller asks with.
         const bool is_stored = cfg_is_on(row.key, true).value == is_on;
         rows.push_back(setting_row(row.key, is_on ? "on" : "off", is_stored, row.effect));
     }

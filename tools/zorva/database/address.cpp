@@ -103,7 +103,7 @@ ZORVA_ACT_PROPERTY property_at(ZORVA_ACTION& action, const std::string& key,
                                const std::string& text) {
     std::vector<std::string> keys;
     for (const ZORVA_ACT_PROPERTY property : action.get_property_enum_list()) {
-        keys.emplace_back(property_key(action, property));
+        keys.emplace_back(property_key(property));
         if (keys.back() == key) return property;
     }
     throw refusal(fmt::format("{} is of the type '{}', which has no property '{}'; it has {}.",
@@ -149,17 +149,17 @@ std::string set_property(ZORVA_MGR& manager, ZORVA_FLASH& flash, const std::stri
     const address address = parse_address(text);
     ZORVA_ACTION& action = action_at(flash, address, text);
     const ZORVA_ACT_PROPERTY property = property_at(action, address.property, text);
-    const property_row* row = find_property(action, property);
     if (!action.property_value_is_enable(property))
         throw refusal(fmt::format("{} is fixed to {}.", text, action.get_property_value(property)));
     if (printable(value) != value)
         throw refusal(
             fmt::format("'{}' holds a character that a file can't hold.", shortened(value)));
-    const quiet quiet;
-    std::string sentence;
-    if (!action.property_value_is_valid(property, value, &sentence))
-        throw refusal(sentence, quiet.message_id());
-    std::string note = row != nullptr && row->is_number_in_file ? note_of_octal(value) : "";
+    if (const auto finding = ZORVA_ACTION::judge_property_value(property, value))
+        throw refusal(finding->sentence, finding->id);
+    // A number that may also come from the .jic file stands as a text in a file.
+    const ZORVA_VALUE_RANGE range = ZORVA_ACTION::get_property_range(property);
+    const bool is_number_in_file = range.form == ZORVA_FORM::NUMBER && !range.jic_passes;
+    std::string note = is_number_in_file ? note_of_octal(value) : "";
     action.set_property_value(property, value);
     return note;
 }

@@ -1,5 +1,6 @@
 #include "tools/zorva/database/field_editor.h"
 
+#include "pgm/zorva/zorva_qspi_mgr.h"
 #include "services/pgm_common.h"
 #include "tools/zorva/database/interface.h"
 #include "tools/zorva/database/record.h"
@@ -15,8 +16,6 @@
 namespace zorva_tool {
 
 namespace {
-
-quiet* innermost_quiet = nullptr;
 
 void check(const ZORVA_MGR& manager, ZORVA_FLASH_PARAM param, const auto& value) {
     if (const auto finding = manager.judge_parameter(param, value))
@@ -106,27 +105,13 @@ std::string templates(ZORVA_MGR& manager, ZORVA_FLASH_PARAM) {
     return joined(manager.get_prog_flow_template_list());
 }
 
-// The library tells of a number whether it is good, and not up to where.
-std::string numbers(ZORVA_MGR& manager, ZORVA_FLASH_PARAM param) {
-    constexpr dword most_tried = 256;
-    const auto is_good = [&](dword number) { return !manager.judge_parameter(param, number); };
-    const dword least = is_good(0) ? 0 : 1;
-    dword beyond = least;
-    while (beyond < most_tried && is_good(beyond)) ++beyond;
-    return beyond == most_tried ? fmt::format("{} or more", least)
-                                : fmt::format("{} to {}", least, beyond - 1);
+std::string numbers(ZORVA_MGR&, ZORVA_FLASH_PARAM param) {
+    const auto range = ZORVA_QSPI_MGR::get_parameter_range(param);
+    return range->most == ~dword{0} ? fmt::format("{} or more", range->least)
+                                    : fmt::format("{} to {}", range->least, range->most);
 }
 
 }  // namespace
-
-quiet::quiet() : m_outer(std::exchange(innermost_quiet, this)) {}
-quiet::~quiet() { innermost_quiet = m_outer; }
-
-bool quiet::takes(const pgm_host::message& message) {
-    if (innermost_quiet == nullptr || message.type == MSG_POST_ERROR) return false;
-    innermost_quiet->m_message_id = message.id;
-    return true;
-}
 
 void check_value(ZORVA_MGR& manager, ZORVA_FLASH_PARAM param, const std::string& value) {
     check(manager, param, value);

@@ -2,29 +2,10 @@
 #pragma once
 
 #include "pgm/zorva/zorva_mgr.h"
-#include "services/host.h"
 
 #include <string>
 
 namespace zorva_tool {
-
-// While it lives, the library's warnings aren't shown: what they say is told by a failure.
-class quiet {
-  public:
-    quiet();
-    ~quiet();
-    quiet(const quiet&) = delete;
-    quiet& operator=(const quiet&) = delete;
-
-    // The number of the last message that wasn't shown; 0 if there was none.
-    unsigned message_id() const { return m_message_id; }
-    // Whether a message that was posted isn't to be shown.
-    static bool takes(const pgm_host::message& message);
-
-  private:
-    quiet* m_outer;
-    unsigned m_message_id = 0;
-};
 
 // Throws a refusal, in the library's words, if a parameter doesn't take a value.
 void check_value(ZORVA_MGR& manager, ZORVA_FLASH_PARAM param, const std::string& value);

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
+#include <optional>
 
 namespace zorva_tool {
 
@@ -18,29 +19,43 @@ constexpr flow_row flows[] = {
     {ZORVA_PROG_FLOW_TYPE_SDM, "sdm", "SDM"},
 };
 
-constexpr const char* name_label = "Name:";
-constexpr const char* command_label = "Command:";
-constexpr const char* erase_size_label = "Erase size(byte):";
-
-// The command and the erase size stand in front, with the name of the command.
-constexpr property_row properties[] = {
-    {name_label, "name", "", "", ""},
-    {command_label, "command", "", "", ""},
-    {erase_size_label, "erase_size", "", "", "", true},
-    {"Data length(byte):", "data_length", "length ", "", ""},
-    {"Data:", "data", "data ", "", ""},
-    {"Expected data:", "expected_data", "expect ", "", ""},
-    {"Expected data mask:", "expected_data_mask", "mask ", "", ""},
-    {"Attempt count:", "attempt_count", "", " attempts", "1", true},
-    {"Address:", "address", "address ", "", ""},
-    {"Page size(byte):", "page_size", "pages of ", " bytes", "", true},
-    {"Addressing mode(byte):", "addressing_mode", "", "-byte address", "", true},
-    {"Dummy clock cycle:", "dummy_clock_cycle", "", " dummy cycles", "0", true},
-    {"Delay(us):", "delay", "delay ", " us", "0", true},
-    {"Command-Data(bus width):", "bus_width", "bus ", "", "1-1"},
-    {"Command-Address(bus width):", "bus_width", "bus ", "", "1-1"},
-    {"Command-Address-Data(bus width):", "bus_width", "bus ", "", "1-1-1"},
+// One of the kinds of action property.
+struct property_row {
+    ZORVA_PROPERTY kind;
+    const char* key;     // in JSON
+    const char* before;  // what stands around the value in a line
+    const char* after;
+    const char* silent;  // the value that goes without saying
 };
+
+// What has no text around it stands in front, with the name of the command.
+constexpr property_row properties[] = {
+    {ZORVA_PROPERTY::NAME, "name", "", "", ""},
+    {ZORVA_PROPERTY::COMMAND, "command", "", "", ""},
+    {ZORVA_PROPERTY::ERASE_SIZE, "erase_size", "", "", ""},
+    {ZORVA_PROPERTY::DATA_LENGTH, "data_length", "length ", "", ""},
+    {ZORVA_PROPERTY::DATA, "data", "data ", "", ""},
+    {ZORVA_PROPERTY::EXPECTED_DATA, "expected_data", "expect ", "", ""},
+    {ZORVA_PROPERTY::EXPECTED_DATA_MASK, "expected_data_mask", "mask ", "", ""},
+    {ZORVA_PROPERTY::ATTEMPT_COUNT, "attempt_count", "", " attempts", "1"},
+    {ZORVA_PROPERTY::ADDRESS, "address", "address ", "", ""},
+    {ZORVA_PROPERTY::PAGE_SIZE, "page_size", "pages of ", " bytes", ""},
+    {ZORVA_PROPERTY::ADDRESSING_MODE, "addressing_mode", "", "-byte address", ""},
+    {ZORVA_PROPERTY::DUMMY_CLOCK_CYCLE, "dummy_clock_cycle", "", " dummy cycles", "0"},
+    {ZORVA_PROPERTY::DELAY, "delay", "delay ", " us", "0"},
+    {ZORVA_PROPERTY::BUS_WIDTH_COMMAND_DATA, "bus_width", "bus ", "", "1-1"},
+    {ZORVA_PROPERTY::BUS_WIDTH_COMMAND_ADDRESS, "bus_width", "bus ", "", "1-1"},
+    {ZORVA_PROPERTY::BUS_WIDTH_COMMAND_ADDRESS_DATA, "bus_width", "bus ", "", "1-1-1"},
+    {ZORVA_PROPERTY::DESCRIPTION, "description", "", "", ""},
+    {ZORVA_PROPERTY::DIRECTION, "direction", "", "", ""},
+};
+// The kinds are numbered from 0, and the direction is the last.
+static_assert(std::size(properties) == static_cast<std::size_t>(ZORVA_PROPERTY::DIRECTION) + 1);
+
+const property_row& row_of(ZORVA_ACT_PROPERTY property) {
+    return *std::ranges::find(properties, ZORVA_ACTION::get_property_kind(property),
+                              &property_row::kind);
+}
 
 bool is_custom(const ZORVA_ACTION& action) {
     return action.get_action_type() == ZORVA_ACT_TYPE_CUSTOM;
@@ -51,23 +66,24 @@ std::string custom_text(ZORVA_ACTION& action) {
                        action.get_property_value(ZORVA_ACT_PROPERTY_CU_DESCRIPTION));
 }
 
-// The value of the property with that label; empty if the action has none.
-std::string value_of(ZORVA_ACTION& action, std::string_view label) {
-    for (const ZORVA_ACT_PROPERTY property : action.get_property_enum_list())
-        if (action.get_property_name(property) == label) return action.get_property_value(property);
-    return {};
+// The value of the property of that kind; empty if the action has none.
+std::string value_of(ZORVA_ACTION& action, ZORVA_PROPERTY kind) {
+    const auto property = ZORVA_ACTION::find_property(action.get_action_type(), kind);
+    return property ? action.get_property_value(*property) : std::string();
 }
 
 // "0xD8 sector/block erase 64 KiB"
 std::string command_text(ZORVA_ACTION& action) {
-    std::string text = value_of(action, command_label);
-    for (const ZORVA_ACT_PROPERTY property : action.get_property_enum_list()) {
-        const std::string label = action.get_property_name(property);
-        const dword number = action.get_property_value_in_dword(property);
-        if (label == command_label && !opcode_name(number).empty())
-            text += fmt::format(" {}", opcode_name(number));
-        if (label == erase_size_label) text += fmt::format(" {}", size_text(number));
-    }
+    const auto number = [&](ZORVA_PROPERTY kind) -> std::optional<dword> {
+        const auto property = ZORVA_ACTION::find_property(action.get_action_type(), kind);
+        if (!property) return {};
+        return action.get_property_value_in_dword(*property);
+    };
+    std::string text = value_of(action, ZORVA_PROPERTY::COMMAND);
+    const auto opcode = number(ZORVA_PROPERTY::COMMAND);
+    if (opcode && !opcode_name(*opcode).empty()) text += fmt::format(" {}", opcode_name(*opcode));
+    const auto erase_size = number(ZORVA_PROPERTY::ERASE_SIZE);
+    if (erase_size) text += fmt::format(" {}", size_text(*erase_size));
     return text;
 }
 
@@ -75,12 +91,11 @@ std::string command_text(ZORVA_ACTION& action) {
 std::string detail_text(ZORVA_ACTION& action) {
     std::vector<std::string> details;
     for (const ZORVA_ACT_PROPERTY property : action.get_property_enum_list()) {
-        const property_row* row = find_property(action, property);
+        const property_row& row = row_of(property);
         const std::string value = action.get_property_value(property);
-        const bool stands_in_front =
-            row == nullptr || (*row->before == '\0' && *row->after == '\0');
-        if (stands_in_front || value.empty() || value == row->silent) continue;
-        details.push_back(row->before + value + row->after);
+        const bool stands_in_front = *row.before == '\0' && *row.after == '\0';
+        if (stands_in_front || value.empty() || value == row.silent) continue;
+        details.push_back(row.before + value + row.after);
     }
     return joined(details);
 }
@@ -88,8 +103,8 @@ std::string detail_text(ZORVA_ACTION& action) {
 json action_json(ZORVA_ACTION& action) {
     json object = {{"type", action.get_name()}};
     for (const ZORVA_ACT_PROPERTY property : action.get_property_enum_list()) {
-        object[std::string(property_key(action, property))] = action.get_property_value(property);
-        if (action.get_property_name(property) == command_label)
+        object[property_key(property)] = action.get_property_value(property);
+        if (ZORVA_ACTION::get_property_kind(property) == ZORVA_PROPERTY::COMMAND)
             object["command_name"] = opcode_name(action.get_property_value_in_dword(property));
     }
     return object;
@@ -112,7 +127,7 @@ std::vector<std::string> action_cells(std::size_t number, ZORVA_ACTION& action) 
         cells.push_back(custom_text(action));
     } else {
         cells.push_back(command_text(action));
-        cells.push_back(value_of(action, name_label));
+        cells.push_back(value_of(action, ZORVA_PROPERTY::NAME));
         cells.push_back(detail_text(action));
         if (cells.back().empty()) cells.pop_back();
     }
@@ -124,22 +139,7 @@ std::vector<std::string> action_cells(std::size_t number, ZORVA_ACTION& action) 
 
 std::span<const flow_row> flow_table() { return flows; }
 
-const property_row* find_property(std::string_view label) {
-    const auto row = std::ranges::find(properties, label, &property_row::label);
-    return row == std::end(properties) ? nullptr : row;
-}
-
-const property_row* find_property(ZORVA_ACTION& action, ZORVA_ACT_PROPERTY property) {
-    return find_property(action.get_property_name(property));
-}
-
-std::string_view property_key(ZORVA_ACTION& action, ZORVA_ACT_PROPERTY property) {
-    // The library has no labels for the two of a custom action.
-    if (property == ZORVA_ACT_PROPERTY_CU_DIRECTION) return "direction";
-    if (property == ZORVA_ACT_PROPERTY_CU_DESCRIPTION) return "description";
-    const property_row* row = find_property(action, property);
-    return row == nullptr ? std::string_view() : row->key;
-}
+const char* property_key(ZORVA_ACT_PROPERTY property) { return row_of(property).key; }
 
 std::vector<unsigned char> data_bytes(const std::string& text) {
     if (trimmed(text).empty()) return {};

@@ -21,23 +21,8 @@ std::span<const flow_row> flow_table();
 // The common name of a command byte, as "write enable"; empty for one that isn't common.
 std::string_view opcode_name(dword opcode);
 
-// One of the 18 kinds of action property, by the label that the library gives it.
-struct property_row {
-    const char* label;
-    const char* key;     // in JSON
-    const char* before;  // what stands around the value in a line
-    const char* after;
-    const char* silent;              // the value that goes without saying
-    bool is_number_in_file = false;  // and not a text: a leading 0 is lost, and means octal
-};
-// Null for the label of no kind.
-const property_row* find_property(std::string_view label);
-
-// The row of a property; null for one that isn't in the table.
-const property_row* find_property(ZORVA_ACTION& action, ZORVA_ACT_PROPERTY property);
-
-// The key of a property in JSON and in addresses; empty for a property that isn't shown.
-std::string_view property_key(ZORVA_ACTION& action, ZORVA_ACT_PROPERTY property);
+// The key of a property in JSON and in addresses.
+const char* property_key(ZORVA_ACT_PROPERTY property);
 
 // The bytes of a data list; none for a text that isn't one.
 std::vector<unsigned char> data_bytes(const std::string& text);

@@ -5,6 +5,7 @@
 #include "pgm/zorva/zorva_sdmmc_mgr.h"
 #include "services/file.h"
 #include "services/pgmdev.h"
+#include "services/settings.h"
 
 #include <fmt/format.h>
 
@@ -17,8 +18,8 @@ namespace {
 constexpr interface_row interface_table[] = {
     {"qspi", "QSPI", DEV_FAMILY_QSPI_FLASH, &PGMDEV_DEVICE_INFO::qspi, nullptr, nullptr,
      &ZORVA_QSPI_MGR::judge_files, &ZORVA_QSPI_MGR::judge_bytes},
-    {"sdmmc", "SD/MMC", DEV_FAMILY_SDMMC_FLASH, &PGMDEV_DEVICE_INFO::sdmmc, "pgm_enable_sdmmc",
-     "pgm_enable_custom_sdmmc", &ZORVA_SDMMC_MGR::judge_files, &ZORVA_SDMMC_MGR::judge_bytes},
+    {"sdmmc", "SD/MMC", DEV_FAMILY_SDMMC_FLASH, &PGMDEV_DEVICE_INFO::sdmmc, CFG_ENABLE_SDMMC,
+     CFG_ENABLE_CUSTOM_SDMMC, &ZORVA_SDMMC_MGR::judge_files, &ZORVA_SDMMC_MGR::judge_bytes},
 };
 
 }  // namespace
