@@ -150,8 +150,7 @@ OUTCOME ZORVA_TRANSACTION::put_locked(DEFINITION& definition) {
     if (other) other->erase(definition.key);
     const auto other_bytes = other ? write(*other, before, definition.key) : std::string();
     if (!own_bytes || !other_bytes) return not_writable(definition.key);
-    outcome = check_others(before, {place_of(definition)});
-    if (outcome.is_done()) outcome = check_in_force(definition);
+    outcome = check_result(before, {&definition, 1});
     if (!outcome.is_done() || m_is_trial) return outcome;
     const ZORVA_FILE_CHANGE change{definition.file, *own_bytes};
     if (!other) return written(zorva_change_file(m_interface, change));
@@ -159,8 +158,8 @@ OUTCOME ZORVA_TRANSACTION::put_locked(DEFINITION& definition) {
         zorva_change_files(m_interface, change, {other_path, *other_bytes}, definition.key));
 }
 
-OUTCOME ZORVA_TRANSACTION::put_all_locked(std::vector<DEFINITION>& definitions) {
-    std::vector<ZORVA_STORED_FILE> files;
+OUTCOME ZORVA_TRANSACTION::read_own_files(const std::vector<DEFINITION>& definitions,
+                                          std::vector<ZORVA_STORED_FILE>& files) {
     OUTCOME outcome;
     for (const DEFINITION& definition : definitions) {
         m_view.expect(place_of(definition));
@@ -176,7 +175,13 @@ OUTCOME ZORVA_TRANSACTION::put_all_locked(std::vector<DEFINITION>& definitions) 
                             definition.file));
         files.push_back(std::move(*own));
     }
-    outcome = read_others({});
+    return outcome;
+}
+
+OUTCOME ZORVA_TRANSACTION::put_all_locked(std::vector<DEFINITION>& definitions) {
+    std::vector<ZORVA_STORED_FILE> files;
+    OUTCOME outcome = read_own_files(definitions, files);
+    if (outcome.is_done()) outcome = read_others({});
     for (const DEFINITION& definition : definitions)
         if (outcome.is_done() && !m_view.files_with(definition.key, m_directory).empty())
             outcome = name_taken(definition.key);
@@ -184,17 +189,13 @@ OUTCOME ZORVA_TRANSACTION::put_all_locked(std::vector<DEFINITION>& definitions) 
 
     const auto before = m_view.in_force();
     std::vector<ZORVA_FILE_CHANGE> changes;
-    std::set<ZORVA_DATABASE_VIEW::PLACE> places;
     for (std::size_t i = 0; i < files.size(); ++i) {
         files[i].put(definitions[i].key, std::move(definitions[i].element));
         const auto bytes = write(files[i], before, definitions[i].key);
         if (!bytes) return not_writable(definitions[i].key);
         changes.push_back({definitions[i].file, *bytes});
-        places.insert(place_of(definitions[i]));
     }
-    outcome = check_others(before, places);
-    for (const DEFINITION& definition : definitions)
-        if (outcome.is_done()) outcome = check_in_force(definition);
+    outcome = check_result(before, definitions);
     if (!outcome.is_done() || m_is_trial) return outcome;
     return written(zorva_make_files(m_interface, changes));
 }
@@ -285,6 +286,16 @@ std::optional<std::string> ZORVA_TRANSACTION::write(ZORVA_STORED_FILE& file,
     for (const ZORVA_MET& met : contents) keys.insert(met.key);
     m_view.put(file.path(), std::move(contents));
     return bytes;
+}
+
+OUTCOME ZORVA_TRANSACTION::check_result(const ZORVA_DATABASE_VIEW::IN_FORCE& before,
+                                        std::span<const DEFINITION> definitions) const {
+    std::set<ZORVA_DATABASE_VIEW::PLACE> places;
+    for (const DEFINITION& definition : definitions) places.insert(place_of(definition));
+    OUTCOME outcome = check_others(before, places);
+    for (const DEFINITION& definition : definitions)
+        if (outcome.is_done()) outcome = check_in_force(definition);
+    return outcome;
 }
 
 OUTCOME ZORVA_TRANSACTION::check_others(const ZORVA_DATABASE_VIEW::IN_FORCE& before,

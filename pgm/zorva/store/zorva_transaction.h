@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -76,6 +77,12 @@ class ZORVA_TRANSACTION {
     std::optional<std::string> write(ZORVA_STORED_FILE& file,
                                      const ZORVA_DATABASE_VIEW::IN_FORCE& before,
                                      const ZORVA_DEFINITION_KEY& key);
+    // The files of new definitions, each of which has to be empty and the definition's alone.
+    OUTCOME read_own_files(const std::vector<DEFINITION>& definitions,
+                           std::vector<ZORVA_STORED_FILE>& files);
+    // Whether what was changed is in force as it was meant to be, and all else as it was.
+    OUTCOME check_result(const ZORVA_DATABASE_VIEW::IN_FORCE& before,
+                         std::span<const DEFINITION> definitions) const;
     // Whether all that was in force still is, by the same files; what was changed aside.
     OUTCOME check_others(const ZORVA_DATABASE_VIEW::IN_FORCE& before,
                          const std::set<ZORVA_DATABASE_VIEW::PLACE>& changed) const;
