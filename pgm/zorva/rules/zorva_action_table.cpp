@@ -137,9 +137,11 @@ constexpr auto all_properties = [] {
 // The properties of a type are those that the property table gives it.
 constexpr ZORVA_ACTION_TYPE_ROW type_row(ZORVA_ACT_TYPE type, const char* name,
                                          PGM_COMMON_XML_ENUM keyword) {
-    const auto rows = std::ranges::equal_range(property_table, type, {}, &PROPERTY_ROW::type);
-    const auto first = static_cast<std::size_t>(rows.begin() - std::begin(property_table));
-    return {type, name, keyword, std::span(all_properties).subspan(first, rows.size())};
+    const auto first = std::ranges::lower_bound(property_table, type, {}, &PROPERTY_ROW::type);
+    const auto end = std::ranges::upper_bound(property_table, type, {}, &PROPERTY_ROW::type);
+    const auto place = static_cast<std::size_t>(first - std::begin(property_table));
+    return {type, name, keyword,
+            std::span(all_properties).subspan(place, static_cast<std::size_t>(end - first))};
 }
 
 constexpr ZORVA_ACTION_TYPE_ROW type_table[] = {

@@ -18,7 +18,7 @@ std::optional<std::vector<unsigned char>> zorva_data_list_bytes(std::string_view
 std::optional<std::size_t> zorva_data_list_length(std::string_view text);
 
 // As ZORVA_MGR::convert_data_list_string_to_byte_array tells.
-unsigned char* zorva_data_list_array(std::string_view text, dword* length, bool* valid);
+unsigned char* zorva_data_list_array(std::string_view data_string, dword* length, bool* valid);
 
 // At most the first four bytes as a number, the first byte the least significant.
 dword zorva_little_endian(const std::vector<unsigned char>& bytes);
