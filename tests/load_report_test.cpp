@@ -11,46 +11,44 @@ namespace {
 // A report as text, a line a file and a line a definition: what the rows below are compared with.
 std::string told(const ZORVA_LOAD_REPORT& report, const std::string& root) {
     const char* const file_states[] = {"read", "read in part", "skipped", "passed over"};
-    const char* const states[] = {"in force", "hidden", "refused", "not read"};
-    const auto relative = [&](const std::string& path) {
-        return path.starts_with(root) ? path.substr(root.size()) : path;
+    const char* const states[] = {"in force", "hidden by ", "refused", "not read"};
+    const char* const kinds[] = {"device", "template"};
+    std::ostringstream text;
+    const auto tell_findings = [&](const std::vector<ZORVA_FINDING>& findings) {
+        for (const ZORVA_FINDING& finding : findings)
+            text << " [" << finding.id << " line " << finding.line << "]";
+        text << "\n";
     };
-    const auto findings = [](const std::vector<ZORVA_FINDING>& list) {
-        std::string text;
-        for (const ZORVA_FINDING& finding : list)
-            text +=
-                " [" + std::to_string(finding.id) + " line " + std::to_string(finding.line) + "]";
-        return text;
-    };
-    std::string text;
     for (const ZORVA_FILE_REPORT& file : report) {
-        text += relative(file.path) + ": " + file_states[static_cast<int>(file.state)] +
-                findings(file.findings) + "\n";
-        for (const ZORVA_DEFINITION& definition : file.definitions)
-            text += std::string(definition.kind == ZORVA_DEFINITION_KIND::DEVICE ? "  device "
-                                                                                 : "  template ") +
-                    definition.name + " line " + std::to_string(definition.line) + ": " +
-                    states[static_cast<int>(definition.state)] +
-                    (definition.hidden_by.empty() ? "" : " by " + relative(definition.hidden_by)) +
-                    findings(definition.findings) + "\n";
+        text << file.path << ": " << file_states[static_cast<int>(file.state)];
+        tell_findings(file.findings);
+        for (const ZORVA_DEFINITION& definition : file.definitions) {
+            text << "  " << kinds[static_cast<int>(definition.kind)] << " " << definition.name
+                 << " line " << definition.line << ": "
+                 << states[static_cast<int>(definition.state)] << definition.hidden_by;
+            tell_findings(definition.findings);
+        }
     }
-    return text;
+    std::string all = text.str();
+    while (all.find(root) != all.npos) all = replaced(all, root, "");
+    return all;
 }
 
-// Definitions by lines of their own, so that a line number can be told at a glance.
-std::string short_device(const std::string& name, const std::string& density = "1Mb") {
-    std::string xml = device({.name = name, .density = density, .flow = ""});
+std::string on_one_line(std::string xml) {
     std::erase(xml, '\n');
-    std::string flow = flows("", "");
-    std::erase(flow, '\n');
-    return replaced(xml, "</FLASH>", "\n" + flow + "\n</FLASH>\n");
+    return xml + "\n";
+}
+
+// Three lines and one, so that a line number can be told at a glance.
+std::string short_device(const std::string& name, const std::string& density = "1Mb") {
+    const std::string flow = "\n" + on_one_line(flows("", ""));
+    return replaced(on_one_line(device({.name = name, .density = density, .flow = ""})), "</FLASH>",
+                    flow + "</FLASH>");
 }
 
 std::string short_template(const std::string& name, const std::string& direction = "end") {
-    std::string xml =
-        user_template(name, flows(replaced(action(ZORVA_ACT_TYPE_CUSTOM), "start", direction), ""));
-    std::erase(xml, '\n');
-    return xml + "\n";
+    const std::string mark = replaced(action(ZORVA_ACT_TYPE_CUSTOM), "start", direction);
+    return on_one_line(user_template(name, flows(mark, "")));
 }
 
 class LoadReportTest : public InstallationTest {
@@ -116,10 +114,8 @@ TEST_F(LoadReportTest, TellsOfEachFileAndEachDefinition) {
     EXPECT_EQ(report[0].origin, ZORVA_ORIGIN::SHIPPED);
     EXPECT_EQ(report[1].origin, ZORVA_ORIGIN::INSTALLATION);
     EXPECT_EQ(report[2].origin, ZORVA_ORIGIN::CUSTOM);
-    EXPECT_EQ(report[0].reason, "");
     EXPECT_EQ(report[2].reason, "Reading ended at the template 'Early' in line 8.");
     EXPECT_EQ(report[3].reason, "Reading ended at the device 'WRONG' in line 5.");
-    EXPECT_EQ(report[3].definitions[1].findings[0].sentence, "Device density '3Mb' is invalid.");
     EXPECT_EQ(report[4].reason, report[4].path + ":3: " + report[4].findings[0].sentence);
 }
 
@@ -154,8 +150,7 @@ TEST_F(LoadReportTest, TellsOfWhatIsNoFile) {
 }
 
 TEST_F(LoadReportTest, JudgingFilesReadsOnBehindABadDefinition) {
-    std::string bad_golden = replaced(golden_template(), "0x06", "jic");
-    std::erase(bad_golden, '\n');
+    const std::string bad_golden = on_one_line(replaced(golden_template(), "0x06", "jic"));
     const std::string first = write_custom("a.xml", document(short_device("A") +  // line 2
                                                              short_device("WRONG", "3Mb") +    // 5
                                                              short_template("Bad", "begin") +  // 8
@@ -181,8 +176,6 @@ TEST_F(LoadReportTest, JudgingFilesReadsOnBehindABadDefinition) {
         "  device A line 2: in force\n"
         "missing.xml: skipped [0 line 0]\n");
     EXPECT_EQ(joined(posted_ids()), "");
-    EXPECT_EQ(ZORVA_QSPI_MGR::judge_files({m_root + "missing.xml"})[0].reason,
-              m_root + "missing.xml not found.");
 }
 
 }  // namespace

@@ -17,56 +17,31 @@ class LoadTest : public InstallationTest {
         ZORVA_QSPI_MGR mgr;
         return joined(device_names(mgr));
     }
-    // Whether the file was passed over with a trace whose reason begins so.
-    bool skipped(const std::string& file, const std::string& reason = ":") const {
-        const std::string name = file.substr(file.rfind('/') + 1);
-        return std::ranges::any_of(m_traces, [&](const std::string& text) {
-            return text.starts_with("Skip " + name + " due to parsing error: " + file + reason);
-        });
-    }
 };
 
-TEST_F(LoadTest, TheCustomDirectoryBeatsTheOthers) {
-    const std::string installed =
-        write_installed("pgm_flash_1.xml", document(device({.name = "BOTH", .density = "1Mb"}) +
-                                                    device({.name = "ONE", .density = "2Mb"})));
-    const std::string custom =
-        write_custom("pgm_flash_1.xml", document(device({.name = "BOTH", .density = "4Mb"}) +
-                                                 device({.name = "SHIP_A", .density = "8Mb"})));
-    const struct {
-        const char *name, *density;
-        std::string file;
-        bool removable = true;
-    } rows[] = {{"BOTH", "4Mb", custom},
-                {"ONE", "2Mb", installed},
-                {"SHIP_A", "8Mb", custom},
-                {"SHIP_B", "256Mb", m_shipped_file, false}};
-    ZORVA_QSPI_MGR mgr;
-    EXPECT_EQ(joined(device_names(mgr)), "BOTH ONE " + shipped);
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        ZORVA_FLASH* flash = mgr.get_flash(row.name, true);
-        EXPECT_EQ(flash->get_density(), row.density);
-        EXPECT_EQ(flash->get_db_dir(), row.file.substr(0, row.file.rfind('/') + 1));
-        EXPECT_EQ(mgr.get_flash_file(row.name), row.file);
-        EXPECT_EQ(flash->get_flash_removable_permission(), row.removable);
-    }
-    EXPECT_EQ(joined(posted_ids()), "");
-}
-
-TEST_F(LoadTest, TheCustomDirectoryIsReadAtConstruction) {
-    write_custom("pgm_flash_1.xml", document(devices("DEVICE")));
+TEST_F(LoadTest, TheCustomDirectoryIsReadAtConstructionAndBeatsTheOthers) {
+    write_installed("pgm_flash_1.xml", document(devices("BOTH|ONE")));
+    write_custom("pgm_flash_1.xml", document(device({.name = "BOTH", .density = "4Mb"}) +
+                                             device({.name = "SHIP_A", .density = "8Mb"})));
     ZORVA_QSPI_MGR mgr;
     ZORVA_MGR::set_db_custom_dir(m_root + "missing");
-    EXPECT_EQ(joined(device_names(mgr)), "DEVICE " + shipped);
-    EXPECT_EQ(loaded_names(), shipped);
-
-    const std::string file = write_installed("pgm_flash_1.xml", document(devices("DEVICE")));
+    EXPECT_EQ(joined(device_names(mgr)), "BOTH ONE " + shipped);
+    for (const auto& [name, directory] :
+         {std::pair{"BOTH", m_custom_dir}, {"ONE", m_xml_dir}, {"SHIP_A", m_custom_dir}}) {
+        ZORVA_FLASH* flash = mgr.get_flash(name, true);
+        EXPECT_EQ(flash->get_db_dir(), directory);
+        EXPECT_EQ(mgr.get_flash_file(name), directory + "pgm_flash_1.xml");
+        EXPECT_TRUE(flash->get_flash_removable_permission());
+    }
+    EXPECT_EQ(mgr.get_flash("SHIP_A", true)->get_density(), "8Mb");
+    EXPECT_FALSE(mgr.get_flash("SHIP_B", true)->get_flash_removable_permission());
     ZORVA_MGR::set_db_custom_dir(m_xml_dir);
     forget();
-    EXPECT_EQ(loaded_names(), "DEVICE " + shipped);
-    EXPECT_EQ(m_traces, std::vector{"Parsing XML file in Kestrin directory: " + file})
+    EXPECT_EQ(loaded_names(), "BOTH ONE " + shipped);
+    EXPECT_EQ(m_traces, std::vector{"Parsing XML file in Kestrin directory: " + m_xml_dir +
+                                    "pgm_flash_1.xml"})
         << "one directory is read once, and the shipped file isn't read again";
+    EXPECT_EQ(joined(posted_ids()), "");
 }
 
 // The second of three devices is refused; a template and another file follow.
@@ -101,24 +76,21 @@ TEST_F(LoadTest, ARefusedDeviceEndsItsFileOnly) {
 }
 
 TEST_F(LoadTest, ValuesAreTakenAsTheFileGivesThem) {
-    std::string poll = action(ZORVA_ACT_TYPE_READ_REGISTER);
-    for (const auto& [from, to] :
-         {std::pair{">10<", ">0070<"}, {"\"us\"", "\"ms\""}, {">500<", ">4294967295<"}})
-        poll = replaced(poll, from, to);
-    const std::string mark = action(ZORVA_ACT_TYPE_CUSTOM);
-    const std::string escapes = replaced(mark, "Program data", R"(a\nb\\n\t\)");
-    const std::string surplus = replaced(mark, "</ACTION>", "<COMMAND>not read</COMMAND></ACTION>");
+    std::string poll = replaced(action(ZORVA_ACT_TYPE_READ_REGISTER), ">10<", ">0070<");
+    poll = replaced(replaced(poll, "\"us\"", "\"ms\""), ">500<", ">4294967295<");
+    std::string mark = replaced(action(ZORVA_ACT_TYPE_CUSTOM), "Program data", R"(a\nb\\n\t\)");
+    mark = replaced(mark, "</ACTION>", "<COMMAND>not read</COMMAND></ACTION>");
     write_custom("pgm_flash_1.xml", document(device({.name = "A-1 / \u00fc&amp;",
                                                      .id = " 1  2 ",
                                                      .total_die = "0002",
                                                      .prog_flow_template = "nobody's",
-                                                     .flow = flows(poll, escapes + surplus)})));
+                                                     .flow = flows(poll, mark)})));
     ZORVA_QSPI_MGR mgr;
     EXPECT_EQ(answers(mgr)["device A-1 / \u00fc&"],
               m_custom_dir +
                   "pgm_flash_1.xml 128Mb,  1  2 , 1.8V, nobody's, 2, 8, 10"
                   "\n0:\n1: Poll status, 0x05, 1, 0x00, 0x01, 4294967295, 70, 1-1,\n2:\n3:\n4:"
-                  "\n0:\n1: a\nb\\\n\\t\\, start, Program data, start,\n2:\n3:\n4:");
+                  "\n0:\n1: a\nb\\\n\\t\\, start,\n2:\n3:\n4:");
     EXPECT_EQ(joined(posted_ids()), "");
 }
 
@@ -148,22 +120,24 @@ TEST_F(LoadTest, AFileThatCantBeTakenIsPassedOver) {
         {"half-written", good.substr(0, good.size() / 2)},
         {"binary", std::string("\x7F\x00\x01\xFF", 4)},
         {"another document", R"(<SDMMC_FLASH version="1"></SDMMC_FLASH>)"},
-        {"a child too few", without(good, "ERASE")},
-        {"a name missing", replaced(good, "INSIDE", "")},
         {"a number too large", replaced(good, ">8<", ">4294967296<")},
-        {"no such type", replaced(good, "WRITE_REG", "WRITE_ALL")},
         {"two golden templates", document(golden_template() + golden_template())},
     };
     write_custom("pgm_flash_1.xml", document(devices("BEFORE")));
     write_custom("pgm_flash_3.xml", document(devices("BEHIND")));
     const std::string file = m_custom_dir + "pgm_flash_2.xml";
+    const auto expect_skipped = [&](const std::string& reason) {
+        forget();
+        EXPECT_EQ(loaded_names(), "BEFORE BEHIND " + shipped);
+        EXPECT_TRUE(std::ranges::any_of(m_traces, [&](const std::string& text) {
+            return text.starts_with("Skip pgm_flash_2.xml due to parsing error: " + file + reason);
+        }));
+        EXPECT_EQ(joined(posted_ids()), "");
+    };
     for (const auto& [what, bytes] : rows) {
         SCOPED_TRACE(what);
-        forget();
         write_file(file, bytes);
-        EXPECT_EQ(loaded_names(), "BEFORE BEHIND " + shipped);
-        EXPECT_TRUE(skipped(file));
-        EXPECT_EQ(joined(posted_ids()), "");
+        expect_skipped(":");
     }
     // One that is listed and then gone, and one that goes while it is read.
     struct : pgm_host::file_system {
@@ -178,11 +152,9 @@ TEST_F(LoadTest, AFileThatCantBeTakenIsPassedOver) {
     } disk;
     disk.path = file;
     pgm_host::set_file_system(&disk);
-    EXPECT_EQ(loaded_names(), "BEFORE BEHIND " + shipped);
-    EXPECT_TRUE(skipped(file, " not found."));
+    expect_skipped(" not found.");
     disk.is_there = true;
-    EXPECT_EQ(loaded_names(), "BEFORE BEHIND " + shipped);
-    EXPECT_TRUE(skipped(file));
+    expect_skipped(":");
 }
 
 TEST_F(LoadTest, OnlyFilesThatFitTheMaskAreRead) {
@@ -190,10 +162,8 @@ TEST_F(LoadTest, OnlyFilesThatFitTheMaskAreRead) {
         write_custom("pgm_flash_db_qspi.xml", document(golden_template() + devices("FITS")));
     for (const char* name : {"flash_1.xml", "pgm_flash_1.XML", "pgm_flash_1.xml~", "pgm_flash.xml"})
         write_custom(name, document(devices("ELSE")));
-    ZORVA_QSPI_MGR mgr;
-    EXPECT_EQ(joined(device_names(mgr)), "FITS " + shipped);
+    EXPECT_EQ(loaded_names(), "FITS " + shipped);
     EXPECT_EQ(m_traces, std::vector{"Parsing XML file in custom directory: " + fits});
-    EXPECT_TRUE(mgr.get_flash("FITS", true)->get_flash_removable_permission());
 }
 
 // The shipped file is part of the installation: what is wrong with it stops the host.
@@ -219,12 +189,8 @@ TEST_F(LoadTest, AShippedFileThatCantBeTakenIsAnInternalError) {
         {without(good, "DEVICE_INFO"), "flash_element" + count_of("DEVICE_INFO")},
         {without(good, "PROG_FLOW_TEMPLATE"), "status"},
         {without(good, "DEVICE_ID"), "status", "20477"},
-        {replaced(good, "128Mb", "3Mb"), "status", "20478"},
-        {replaced(good, "0x06", "jic"), "status", "20486"},
         {replaced(replaced(good, "0x06", "jic"), "128Mb", "3Mb"), "status", "20486 20478"},
         {document(golden_template() + devices("S|S")), "status", "20482"},
-        {without(replaced(good, "0x06", "jic"), "WINBOND"),
-         "template_list.at(0)" + count_of("WINBOND"), "20486"},
         {replaced(good, "<DEVICE_ID>", "<NAME/><DEVICE_ID>"),
          R"(Element "DEVICE_INFO" does not support child element "NAME")"},
     };

@@ -32,76 +32,52 @@ TEST_F(ManagerTest, StartsFromItsDefaults) {
 // Asking for a family makes an entry for it. A look-up by name asks the legacy list first, and so
 // for the active family, the one that a manager starts with too.
 TEST_F(ManagerTest, AskingForAnUnknownFamilyMakesAnEntry) {
-    const struct {
-        const char* what;
-        std::function<void(ZORVA_MGR&)> call;
-        const char* made;
-        bool has_legacy = true;
-    } rows[] = {
-        {"filtered", [](auto& mgr) { mgr.device_is_legacy("X", false); }, "73"},
-        {"in the database", [](auto& mgr) { mgr.device_exist_in_db("X", false); }, "73"},
-        {"record", [](auto& mgr) { mgr.get_flash("X", false); }, "73"},
-        {"unfiltered", [](auto& mgr) { mgr.get_flash("X", true); }, ""},
-        {"no name", [](auto& mgr) { mgr.device_is_legacy("", false); }, ""},
-        {"no legacy devices", [](auto& mgr) { mgr.get_flash("X", false); }, "", false},
-        {"information", [](auto& mgr) { mgr.get_family_info(unknown_family); }, ""},
-        {"made active", [](auto& mgr) { mgr.set_active_device_family(unknown_family); }, "70"},
-        {"list",
-         [](auto& mgr) {
-             mgr.get_new_config_device_list(plain_family, PGMIO_CONFIG_SCHEME_QSPI, false);
-         },
-         "12"},
-    };
     ZORVA_QSPI_MGR whole;
     EXPECT_EQ(joined(whole.get_device_family_list()), "3 12 23 28 73");
     EXPECT_EQ(whole.get_family_info(unknown_family), nullptr);
     EXPECT_EQ(whole.get_family_info(high_family)->io_voltage, high_voltage);
-    const std::vector<PGMDEV_SFL_FLASH_INFO> legacy{{"Group", "LEG", true, 1, low_voltage}};
     pgm_host::set_device_table({});
-    for (const auto& row : rows) {
-        pgm_host::set_flash_table(row.has_legacy ? legacy : std::vector<PGMDEV_SFL_FLASH_INFO>());
+    const auto made_by = [](const std::function<void(ZORVA_MGR&)>& call) {
         ZORVA_QSPI_MGR mgr;
-        row.call(mgr);
-        EXPECT_EQ(joined(mgr.get_device_family_list()), row.made) << row.what;
-    }
+        call(mgr);
+        return joined(mgr.get_device_family_list());
+    };
+    const auto look_up = [](ZORVA_MGR& mgr) { mgr.get_flash("X", false); };
+    EXPECT_EQ(made_by(look_up), "73");
+    EXPECT_EQ(made_by([](auto& mgr) { mgr.device_is_legacy("X", false); }), "73");
+    EXPECT_EQ(made_by([](auto& mgr) { mgr.device_is_legacy("", false); }), "");
+    EXPECT_EQ(made_by([](auto& mgr) { mgr.get_flash("X", true); }), "");
+    EXPECT_EQ(made_by([](auto& mgr) { mgr.get_family_info(unknown_family); }), "");
+    EXPECT_EQ(made_by([](auto& mgr) { mgr.set_active_device_family(unknown_family); }), "70");
+    pgm_host::set_flash_table({});
+    EXPECT_EQ(made_by(look_up), "");
 }
 
 TEST_F(ManagerTest, LookUpsByNameKeepToTheActiveFamily) {
     const struct {
-        DEV_FAMILY_ENUM family;
+        int family;
         const char* name;
-        bool skip_filtering;
-        bool found;
+        bool skip_filtering, found;
         bool legacy = false;
-    } rows[] = {{DEV_FAMILY_LAST, "SHIP_A", false, true},
-                {DEV_FAMILY_LAST, "SHIP_B", false, false},
-                {DEV_FAMILY_LAST, "SHIP_B", true, true},
-                {high_family, "SHIP_B", false, true},
-                {unknown_family, "SHIP_A", false, false},
-                {DEV_FAMILY_LAST, "ship_a", true, false},
-                {DEV_FAMILY_LAST, "", true, false},
-                {DEV_FAMILY_LAST, "LEG_LOW", false, true, true},
-                {DEV_FAMILY_LAST, "LEG_HIGH", false, false},
-                {unknown_family, "LEG_HIGH", true, true, true},
-                {DEV_FAMILY_LAST, "NOT_LEGACY", true, false},
-                {DEV_FAMILY_LAST, "NO_VOLTAGE", true, false}};
+    } rows[] = {{73, "SHIP_A", false, true},     {73, "SHIP_B", false, false},
+                {73, "SHIP_B", true, true},      {3, "SHIP_B", false, true},
+                {70, "SHIP_A", false, false},    {73, "ship_a", true, false},
+                {73, "", true, false},           {73, "LEG_LOW", false, true, true},
+                {73, "LEG_HIGH", false, false},  {70, "LEG_HIGH", true, true, true},
+                {73, "NOT_LEGACY", true, false}, {73, "NO_VOLTAGE", true, false}};
     ZORVA_QSPI_MGR mgr;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name + std::string(row.skip_filtering ? " of all" : ""));
-        mgr.set_active_device_family(row.family);
-        EXPECT_EQ(name_of(mgr.get_flash(row.name, row.skip_filtering)),
-                  row.found ? row.name : "none");
-        EXPECT_EQ(mgr.device_exist_in_db(row.name, row.skip_filtering), row.found);
-        EXPECT_EQ(mgr.device_is_legacy(row.name, row.skip_filtering), row.legacy);
+    for (const auto& [family, name, skip_filtering, found, legacy] : rows) {
+        SCOPED_TRACE(name + std::string(skip_filtering ? " of all" : ""));
+        mgr.set_active_device_family(number<DEV_FAMILY_ENUM>(family));
+        EXPECT_EQ(name_of(mgr.get_flash(name, skip_filtering)), found ? name : "none");
+        EXPECT_EQ(mgr.device_exist_in_db(name, skip_filtering), found);
+        EXPECT_EQ(mgr.device_is_legacy(name, skip_filtering), legacy);
     }
     pgm_host::set_setting("pgm_zorva_skip_device_filtering", true);
     EXPECT_FALSE(mgr.get_flash("SHIP_B", false)) << "the setting is read at construction";
     ZORVA_QSPI_MGR unfiltered;
     EXPECT_TRUE(unfiltered.get_flash("SHIP_B", false));
     EXPECT_TRUE(unfiltered.device_is_legacy("LEG_HIGH", false));
-    EXPECT_EQ(joined(unfiltered.get_new_config_device_list(plain_family, PGMIO_CONFIG_SCHEME_QSPI,
-                                                           false)),
-              "SHIP_A SHIP_B SHIP_ISSI");
 }
 
 TEST_F(ManagerTest, LookUpsByDensityAndIdTakeTheFirstInNameOrder) {
@@ -120,7 +96,6 @@ TEST_F(ManagerTest, LookUpsByDensityAndIdTakeTheFirstInNameOrder) {
         EXPECT_EQ(name_of(mgr.get_flash_with_id(id, mask)), found.empty() ? "none" : found[0]);
     };
     expect_found(0x19BA20, 0xFFFFFF, "B SHIP_B Z");
-    expect_found(0x19BA20, 0xFFFFFFFF, "SHIP_B Z");
     expect_found(0x0719BA20, 0xFFFFFFFF, "B");
     expect_found(0xFF00FF20, 0xFF, "B SHIP_A SHIP_B Z");
     expect_found(0x19BA21, 0xFFFFFF, "");
@@ -141,26 +116,22 @@ TEST_F(ManagerTest, LookUpsByDensityAndIdTakeTheFirstInNameOrder) {
 TEST_F(ManagerTest, ALookUpEndsThePlaceholderOfTheOneBefore) {
     write_installed("pgm_flash_a.xml",
                     document(device({.name = "A", .prog_flow_template = "ITS_OWN"})));
-    const struct {
-        const char* what;
-        std::function<ZORVA_FLASH*(ZORVA_MGR&)> call;
-        bool found = false;
-    } rows[] = {
-        {"name", [](auto& mgr) { return mgr.get_flash("missing", true); }},
-        {"hidden name", [](auto& mgr) { return mgr.get_flash("SHIP_B", false); }},
-        {"no name", [](auto& mgr) { return mgr.get_flash("", true); }},
-        {"density", [](auto& mgr) { return mgr.get_flash_with_density(1); }},
-        {"ID", [](auto& mgr) { return mgr.get_flash_with_id(0x77, 0xFF); }},
-        {"ID that is found", [](auto& mgr) { return mgr.get_flash_with_id(0x9D, 0xFF); }, true},
-        {"legacy name", [](auto& mgr) { return mgr.get_flash("LEG_TYRN", true); }, true},
-        {"new record", [](auto& mgr) { return mgr.create_flash("NEW"); }, true},
+    using look_up = std::function<ZORVA_FLASH*(ZORVA_MGR&)>;
+    const std::pair<const char*, look_up> rows[] = {
+        {"none", [](auto& mgr) { return mgr.get_flash("missing", true); }},
+        {"none", [](auto& mgr) { return mgr.get_flash("SHIP_B", false); }},
+        {"none", [](auto& mgr) { return mgr.get_flash_with_density(1); }},
+        {"none", [](auto& mgr) { return mgr.get_flash_with_id(0x77, 0xFF); }},
+        {"SHIP_ISSI", [](auto& mgr) { return mgr.get_flash_with_id(0x9D, 0xFF); }},
+        {"LEG_TYRN", [](auto& mgr) { return mgr.get_flash("LEG_TYRN", true); }},
+        {"NEW", [](auto& mgr) { return mgr.create_flash("NEW"); }},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
+    for (const auto& [found, call] : rows) {
+        SCOPED_TRACE(found);
         ZORVA_QSPI_MGR mgr;
         const lifetime made(*mgr.create_flash("LEG_LOW"));
         const lifetime placeholder(*mgr.get_flash("LEG_LOW", true));
-        EXPECT_EQ(row.call(mgr) != nullptr, row.found);
+        EXPECT_EQ(name_of(call(mgr)), found);
         EXPECT_TRUE(placeholder.is_over());
         EXPECT_FALSE(made.is_over()) << "who owns a record decides, not its name";
         const auto holds_a = [&] {
@@ -168,7 +139,7 @@ TEST_F(ManagerTest, ALookUpEndsThePlaceholderOfTheOneBefore) {
         };
         ASSERT_TRUE(mgr.get_flash("A", true));
         EXPECT_TRUE(holds_a());
-        row.call(mgr);
+        call(mgr);
         EXPECT_FALSE(holds_a());
     }
 }
@@ -179,18 +150,14 @@ TEST_F(ManagerTest, AStoredDeviceCanHaveALegacyName) {
     ZORVA_QSPI_MGR mgr;
     ZORVA_FLASH* stored = mgr.get_flash("LEG_TYRN", false);
     const lifetime end(*stored);
-    EXPECT_EQ(stored->get_density(), "64Mb");
     mgr.set_active_config_mode(PGMIO_CONFIG_SCHEME_QSPI);
-    for (const bool skip_filtering : {false, true}) {
-        ZORVA_FLASH* placeholder = mgr.get_flash("LEG_TYRN", skip_filtering);
-        EXPECT_EQ(placeholder->get_name(), "LEG_TYRN");
-        EXPECT_EQ(placeholder->get_density(), "");
-        EXPECT_TRUE(placeholder->get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL)->empty());
-    }
+    ZORVA_FLASH* placeholder = mgr.get_flash("LEG_TYRN", false);
+    EXPECT_EQ(placeholder->get_name(), "LEG_TYRN");
+    EXPECT_EQ(placeholder->get_density(), "");
+    EXPECT_TRUE(placeholder->get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL)->empty());
     mgr.set_active_config_mode(PGMIO_CONFIG_SCHEME_QSPI_SDM);
     EXPECT_EQ(mgr.get_flash("LEG_TYRN", false), stored);
     EXPECT_FALSE(end.is_over());
-    EXPECT_EQ(joined(device_names(mgr)), "LEG_TYRN SHIP_A SHIP_B SHIP_ISSI");
 }
 
 TEST_F(ManagerTest, DevicesAreListedByVoltageVendorAndScheme) {
@@ -206,7 +173,6 @@ TEST_F(ManagerTest, DevicesAreListedByVoltageVendorAndScheme) {
                                {"G", "TWICE", true, 6, high_voltage},
                                {"G", "TWICE", true, 7, low_voltage}});
     const std::string with_issi = "SHIP_A SHIP_ISSI longer none upper";
-    const std::string all_new = "SHIP_A SHIP_B SHIP_ISSI longer none upper";
     const struct {
         int family, scheme;
         bool skip_filtering;
@@ -218,17 +184,17 @@ TEST_F(ManagerTest, DevicesAreListedByVoltageVendorAndScheme) {
         {73, 23, false, "SHIP_A longer none", ""},
         {3, 13, false, "SHIP_B", "HIGH"},
         {70, 7, false, "", ""},
-        {70, 0, true, all_new, "HIGH TWICE TYR TYRN a_tyrn xTYRNx"},
+        {70, 0, true, "SHIP_A SHIP_B SHIP_ISSI longer none upper",
+         "HIGH TWICE TYR TYRN a_tyrn xTYRNx"},
     };
     ZORVA_QSPI_MGR mgr;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message() << "family " << row.family << " scheme " << row.scheme);
-        const auto family = number<DEV_FAMILY_ENUM>(row.family);
-        const auto scheme = number<PGMIO_CONFIG_SCHEME>(row.scheme);
-        EXPECT_EQ(joined(mgr.get_new_config_device_list(family, scheme, row.skip_filtering)),
-                  row.new_devices);
-        EXPECT_EQ(joined(mgr.get_legacy_config_device_list(family, scheme, row.skip_filtering)),
-                  row.legacy_devices);
+    for (const auto& [family_number, scheme_number, take_all, new_devices, legacy_devices] : rows) {
+        SCOPED_TRACE(testing::Message() << family_number << " through " << scheme_number);
+        const auto family = number<DEV_FAMILY_ENUM>(family_number);
+        const auto scheme = number<PGMIO_CONFIG_SCHEME>(scheme_number);
+        EXPECT_EQ(joined(mgr.get_new_config_device_list(family, scheme, take_all)), new_devices);
+        EXPECT_EQ(joined(mgr.get_legacy_config_device_list(family, scheme, take_all)),
+                  legacy_devices);
     }
 }
 
@@ -236,23 +202,19 @@ TEST_F(ManagerTest, DevicesAreListedByVoltageVendorAndScheme) {
 // characters compare, so where a device can go first it jumps over those that it has no order
 // with, and elsewhere it is stopped by them.
 TEST_F(ManagerTest, LegacyDevicesAreSortedByInsertion) {
-    const struct {
-        const char* what;
-        const char* table;  // group, name and number of each
-        const char* expected;
-    } rows[] = {
-        {"within a group", "G CFG_A 3 G CFG_B 1 G CFG_C 2", "CFG_B CFG_C CFG_A"},
-        {"equal numbers", "G CFG_A 1 G CFG_C 0 G CFG_B 1", "CFG_C CFG_A CFG_B"},
-        {"a large number", "G CFG_A 2147483648 G CFG_B 1", "CFG_B CFG_A"},
-        {"to the front", "G CFG_A 3 H CFG_B 1 G CFG_C 2", "CFG_C CFG_A CFG_B"},
-        {"stopped", "G AAAA 9 G CFG_A 3 H CFG_B 1 G CFG_C 2", "AAAA CFG_A CFG_B CFG_C"},
-        {"past one", "G AAAA 9 G CFG_A 1 G CFG_B 3 G CFG_C 2", "AAAA CFG_A CFG_C CFG_B"},
-        {"other prefixes", "G AB 9 G ABC 5 G ABCD1 3 G ABCD2 2 G ABCE 1",
-         "AB ABC ABCD2 ABCD1 ABCE"},
+    const std::pair<const char*, const char*> rows[] = {
+        // group, name and number of each
+        {"G CFG_A 3 G CFG_B 1 G CFG_C 2", "CFG_B CFG_C CFG_A"},
+        {"G CFG_A 1 G CFG_C 0 G CFG_B 1", "CFG_C CFG_A CFG_B"},
+        {"G CFG_A 2147483648 G CFG_B 1", "CFG_B CFG_A"},
+        {"G CFG_A 3 H CFG_B 1 G CFG_C 2", "CFG_C CFG_A CFG_B"},
+        {"G AAAA 9 G CFG_A 3 H CFG_B 1 G CFG_C 2", "AAAA CFG_A CFG_B CFG_C"},
+        {"G AAAA 9 G CFG_A 1 G CFG_B 3 G CFG_C 2", "AAAA CFG_A CFG_C CFG_B"},
+        {"G AB 9 G ABC 5 G ABCD1 3 G ABCD2 2 G ABCE 1", "AB ABC ABCD2 ABCD1 ABCE"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [listed, expected] : rows) {
         std::vector<PGMDEV_SFL_FLASH_INFO> table;
-        std::istringstream text(row.table);
+        std::istringstream text(listed);
         std::string group;
         std::string name;
         for (dword order = 0; text >> group >> name >> order;)
@@ -260,41 +222,8 @@ TEST_F(ManagerTest, LegacyDevicesAreSortedByInsertion) {
         pgm_host::set_flash_table(table);
         EXPECT_EQ(joined(ZORVA_QSPI_MGR().get_legacy_config_device_list(
                       unknown_family, PGMIO_CONFIG_SCHEME_QSPI, true)),
-                  row.expected)
-            << row.what;
+                  expected);
     }
-}
-
-TEST_F(ManagerTest, TemplatesAreTheGoldenOnesAndThenTheUsers) {
-    write_installed("pgm_flash_a.xml",
-                    document(user_template("Zeta") +
-                             user_template("Alpha", flows("", action(ZORVA_ACT_TYPE_ERASE)))));
-    ZORVA_QSPI_MGR mgr;
-    EXPECT_EQ(joined(mgr.get_user_template_list()), "Alpha Zeta");
-    EXPECT_EQ(joined(mgr.get_prog_flow_template_list()),
-              "Micron Macronix Cypress Winbond Issi Alpha Zeta");
-    const auto golden = [&](int vendor, int flow) {
-        return mgr.get_prog_flow_template_operation_list(number<ZORVA_PROG_FLOW_TEMPLATE>(vendor),
-                                                         number<ZORVA_PROG_FLOW_TYPE>(flow));
-    };
-    std::set<const void*> lists;
-    for (int vendor = 0; vendor < 5; ++vendor) {
-        lists.insert({golden(vendor, 0), golden(vendor, 1)});
-        EXPECT_EQ(golden(vendor, 7), golden(vendor, 0));
-        EXPECT_EQ(golden(vendor, 1)->size(), 5u);
-    }
-    EXPECT_EQ(lists.size(), 10u);
-    for (const int unknown : {-1, 5})
-        EXPECT_EQ(internal_error_of([&] { golden(unknown, 0); }),
-                  "Unknown programming flow template");
-    const auto program = [&](std::string name, int flow) {
-        return *mgr.get_user_template_operation_list(name, number<ZORVA_PROG_FLOW_TYPE>(flow))
-                    ->at(1)
-                    ->get_action_list();
-    };
-    EXPECT_TRUE(program("Alpha", 7).empty());
-    EXPECT_EQ(program("Alpha", 1).at(0)->get_action_type(), ZORVA_ACT_TYPE_ERASE);
-    EXPECT_EQ(internal_error_of([&] { program("Miss%d", 0); }), "Unknown user template Miss%d");
 }
 
 TEST_F(ManagerTest, FlowsAreEditableOfNewAndOfRemovableDevicesWithoutSdm) {

@@ -5,12 +5,6 @@
 
 namespace {
 
-// In the order of registration: hosts number their lists of messages by it.
-const std::string ids =
-    "20473 20474 20475 20476 20535 20477 20478 20479 20543 20481 20482 20510 20485 20486 20494 "
-    "20495 20496 20497 20498 20499 20500 20501 20502 20503 20504 20505 20507 20509 20560 20673 "
-    "20674 20675 20676";
-
 class MessagesTest : public InstallationTest {
   protected:
     // A refusal for each message that has a text, with arguments that tell themselves apart.
@@ -29,25 +23,29 @@ class MessagesTest : public InstallationTest {
 
 TEST_F(MessagesTest, TheCatalogueStandsInOrderAndEachMessageIsMadeOfItsRow) {
     for (const ZORVA_REFUSAL& refusal : refusals("VALUE", "/DIR/")) zorva_post(refusal);
-    EXPECT_EQ(joined(posted_ids()), replaced(ids, "20510 ", ""))
-        << "20510 is registered and has no text";
-    std::vector<std::string> listed;
-    std::size_t next = 0;
+    std::vector<unsigned> listed;
+    auto message = m_messages.begin();
     for (const ZORVA_MESSAGE_INFO& row : ZORVA_MGR::get_message_list()) {
         SCOPED_TRACE(row.id);
-        listed.push_back(std::to_string(row.id));
+        listed.push_back(row.id);
         EXPECT_EQ(row.error, row.id == 20482 || row.id == 20510);
-        if (row.id == 20510) continue;
-        const pgm_host::message& message = m_messages.at(next++);
-        EXPECT_EQ(message.name, row.name);
-        EXPECT_EQ(message.type, row.error ? MSG_POST_ERROR : MSG_POST_WARNING);
+        if (row.id == 20510) continue;  // which has no text
+        ASSERT_NE(message, m_messages.end());
         const bool is_number = row.id == 20479 || row.id == 20543;
         std::string text = is_number ? replaced(row.text, "%1!d!", "4294967295")
                                      : replaced(row.text, "%1!s!", "VALUE");
         if (row.id == 20482) text = replaced(text, "%2!s!", "/DIR/");
-        EXPECT_EQ(message.text, text);
+        EXPECT_EQ(message->id, row.id);
+        EXPECT_EQ(message->name, row.name);
+        EXPECT_EQ(message->type, row.error ? MSG_POST_ERROR : MSG_POST_WARNING);
+        EXPECT_EQ(message++->text, text);
     }
-    EXPECT_EQ(joined(listed), ids);
+    // In the order of registration: hosts number their lists of messages by it.
+    EXPECT_EQ(joined(listed),
+              "20473 20474 20475 20476 20535 20477 20478 20479 20543 20481 20482 20510 20485 20486 "
+              "20494 20495 20496 20497 20498 20499 20500 20501 20502 20503 20504 20505 20507 20509 "
+              "20560 20673 20674 20675 20676");
+    EXPECT_EQ(message, m_messages.end());
 }
 
 // A sentence is the posted text but for one word of two messages, whatever the value holds.
@@ -55,21 +53,19 @@ TEST_F(MessagesTest, ASentenceHoldsTheValueAsTypedAndWhole) {
     for (const std::string& value : {std::string("%2!s!"), std::string("3\0Mb/WX", 7)})
         for (const ZORVA_REFUSAL& refusal : refusals(value, "/%1!s!/")) {
             zorva_post(refusal);
-            std::string posted = m_messages.back().text;
-            if (m_messages.back().id == 20501)
-                posted = replaced(posted, "of 0.", "other than 256.");
-            if (m_messages.back().id == 20675) posted = replaced(posted, "Template", "Tempate");
-            EXPECT_EQ(zorva_sentence(refusal), posted);
-            EXPECT_NE(posted.find(refusal.value.index() == 0 ? value : "4294967295"), posted.npos);
+            const pgm_host::message& posted = m_messages.back();
+            std::string text = posted.text;
+            if (posted.id == 20501) text = replaced(text, "of 0.", "other than 256.");
+            if (posted.id == 20675) text = replaced(text, "Template", "Tempate");
+            EXPECT_EQ(zorva_sentence(refusal), text);
+            EXPECT_NE(text.find(refusal.value.index() == 0 ? value : "4294967295"), text.npos);
         }
-}
-
-TEST_F(MessagesTest, ASuppressedWarningLeavesTheSentence) {
     for (const ZORVA_MESSAGE_INFO& row : ZORVA_MGR::get_message_list())
         pgm_host::suppress_message(row.id, true);
+    forget();
     for (const ZORVA_REFUSAL& refusal : refusals("VALUE", "/DIR/")) {
         zorva_post(refusal);
-        EXPECT_NE(zorva_sentence(refusal), "");
+        EXPECT_NE(zorva_sentence(refusal), "") << "a suppressed warning leaves the sentence";
     }
     EXPECT_EQ(joined(posted_ids()), "20482") << "an error is always told";
 }
