@@ -15,13 +15,6 @@ std::string size_check(PGM_COMMON_XML_ENUM tag) {
 
 }  // namespace
 
-const PGM_COMMON_XML_CHILD* PGM_COMMON_XML_DESCRIPTION::find_child(
-    PGM_COMMON_XML_ENUM child_tag) const {
-    const auto found = std::ranges::find(children, child_tag,
-                                         [](const auto& child) { return child.element->tag; });
-    return found == children.end() ? nullptr : &*found;
-}
-
 PGM_COMMON_XML_DESCRIBED::PGM_COMMON_XML_DESCRIBED(const PGM_COMMON_XML_DESCRIPTION& description,
                                                    PGM_COMMON_XML_ENUM sub_class_type, void* value)
     : PGM_COMMON_XML_ELEMENT(description.tag, sub_class_type, description.type, description.exist,
@@ -53,8 +46,10 @@ void PGM_COMMON_XML_DESCRIBED::group_child(PGM_COMMON_XML_ELEMENT* child, bool r
     if (row == nullptr) report_unsupported(*child);
     if (row->list != nullptr) {
         CHILDREN& list = this->*row->list;
-        if (!remove) {
-            list.insert(at_end ? list.end() : list.begin(), child);
+        if (!remove && at_end) {
+            list.push_back(child);
+        } else if (!remove) {
+            list.insert(list.begin(), child);
         } else {
             if (list.empty()) report(size_check(row->element->tag).c_str());
             list.erase(at_end ? list.end() - 1 : list.begin());

@@ -34,10 +34,14 @@ struct PGM_COMMON_XML_DESCRIPTION {
     const char* default_value;
     std::span<const PGM_COMMON_XML_CHILD> children;  // in the order of the typed lists
     std::span<const PGM_COMMON_XML_ATTRIBUTE> attributes;
+    const unsigned char* places;          // by tag: place in `children` plus 1; 0 for no child
     PGM_COMMON_XML_ELEMENT* (*create)();  // a new element, owned by the caller
 
     // The row of that tag; null if the element can't hold such a child.
-    const PGM_COMMON_XML_CHILD* find_child(PGM_COMMON_XML_ENUM child_tag) const;
+    const PGM_COMMON_XML_CHILD* find_child(PGM_COMMON_XML_ENUM child_tag) const {
+        const unsigned char place = places[child_tag];
+        return place == 0 ? nullptr : &children[place - 1U];
+    }
 };
 
 // Base of all element classes: the virtual operations, written once over the description.
@@ -69,6 +73,15 @@ PGM_COMMON_XML_ELEMENT* pgm_common_xml_create() {
 template <class ELEMENT>
 inline constexpr auto pgm_common_xml_children = ELEMENT::children();
 
+template <class ELEMENT>
+inline constexpr auto pgm_common_xml_places = [] {
+    std::array<unsigned char, PGM_COMMON_XML_ENUM__MAX__ + 1> places{};
+    unsigned char place = 0;
+    for (const PGM_COMMON_XML_CHILD& child : ELEMENT::children())
+        places[child.element->tag] = ++place;
+    return places;
+}();
+
 // The description of an element class, put together from what the class states.
 template <class ELEMENT>
 inline constexpr PGM_COMMON_XML_DESCRIPTION pgm_common_xml_description = {
@@ -78,6 +91,7 @@ inline constexpr PGM_COMMON_XML_DESCRIPTION pgm_common_xml_description = {
     ELEMENT::default_text,
     pgm_common_xml_children<ELEMENT>,
     ELEMENT::attributes,
+    pgm_common_xml_places<ELEMENT>.data(),
     &pgm_common_xml_create<ELEMENT>,
 };
 

@@ -144,8 +144,9 @@ void READER::on_start(void* self, const xmlChar* name, const xmlChar* prefix, co
                                            namespace_texts, attributes, defaulted, texts);
     }
     XML_TREE& tree = me.m_tree;
-    if (tree.is_building()) me.give_up(tree.start(name, xml_view(space), me.m_line));
-    if (tree.is_building()) me.give_up(tree.read_attributes(attributes, texts));
+    if (!tree.is_building()) return;
+    if (!tree.start(name, xml_view(space), me.m_line) || !tree.read_attributes(attributes, texts))
+        me.give_up(tree.why());
 }
 
 void READER::on_end(void* self, const xmlChar* name, const xmlChar* prefix,
@@ -158,7 +159,8 @@ void READER::on_end(void* self, const xmlChar* name, const xmlChar* prefix,
     if (me.m_check) {
         me.m_check->calls().endElementNs(me.m_check->context(), name, prefix, space);
     }
-    if (me.m_tree.is_building()) me.give_up(me.m_tree.end(!me.m_options.is_shipped));
+    if (me.m_tree.is_building() && !me.m_tree.end(!me.m_options.is_shipped))
+        me.give_up(me.m_tree.why());
 }
 
 void READER::on_text(void* self, const xmlChar* text, int length) noexcept {
@@ -241,9 +243,7 @@ void READER::breach(std::string_view reason) {
     }
 }
 
-// Ends the tree for a reason; an empty one is none.
 void READER::give_up(std::string_view reason) {
-    if (reason.empty()) return;
     m_problem = xml_reason(m_name, m_line, reason);
     m_tree.drop();
 }

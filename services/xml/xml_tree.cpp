@@ -12,12 +12,12 @@ std::string quoted(std::string_view text) { return "\"" + std::string(text) + "\
 
 }  // namespace
 
-std::string XML_TREE::start(const xmlChar* name, std::string_view space, dword line) {
+bool XML_TREE::start(const xmlChar* name, std::string_view space, dword line) {
     const PGM_COMMON_XML_ENUM tag = space.empty() ? tag_of(name) : PGM_COMMON_XML_ENUM__INVALID__;
     const PGM_COMMON_XML_DESCRIPTION* description = description_of(tag);
     if (description == nullptr) {
         m_misplaced = {m_open.back().description->tag, tag};
-        return "The element " + quoted(xml_view(name)) + " is not allowed here.";
+        return refuse("The element " + quoted(xml_view(name)) + " is not allowed here.");
     }
     std::unique_ptr<PGM_COMMON_XML_ELEMENT> element(description->create());
     element->set_line(line);
@@ -29,7 +29,7 @@ std::string XML_TREE::start(const xmlChar* name, std::string_view space, dword l
         m_open.back().element->add_child(element.release(), nullptr);
     }
     m_open.push_back(opened);
-    return {};
+    return true;
 }
 
 // Of an element that starts here; null if the open one can't hold it.
@@ -39,30 +39,29 @@ const PGM_COMMON_XML_DESCRIPTION* XML_TREE::description_of(PGM_COMMON_XML_ENUM t
     return child != nullptr ? child->element : nullptr;
 }
 
-std::string XML_TREE::read_attributes(int count, const xmlChar** texts) {
+bool XML_TREE::read_attributes(int count, const xmlChar** texts) {
     for (; count > 0; --count, texts += 5) {
-        std::string wrong = read_attribute(texts);
-        if (!wrong.empty()) return wrong;
+        if (!read_attribute(texts)) return false;
     }
     for (const PGM_XML_ATTRIBUTE& attribute : m_open.back().element->get_attributes()) {
         const bool lacks = attribute.type == PGM_XML_TYPE_ENUM &&
                            *static_cast<const PGM_COMMON_XML_ENUM*>(attribute.ptr) ==
                                PGM_COMMON_XML_ENUM__INVALID__;
-        if (lacks) return "The attribute " + quoted(attribute.name) + " is missing.";
+        if (lacks) return refuse("The attribute " + quoted(attribute.name) + " is missing.");
     }
-    return {};
+    return true;
 }
 
 // libxml2 gives name, prefix, namespace, and the value's begin and end. The attributes by which a
 // file names its schema aren't the document's.
-std::string XML_TREE::read_attribute(const xmlChar** texts) {
+bool XML_TREE::read_attribute(const xmlChar** texts) {
     const std::string_view name = xml_view(texts[0]);
     const std::string_view space = xml_view(texts[2]);
     const std::string_view value(reinterpret_cast<const char*>(texts[3]),
                                  static_cast<std::size_t>(texts[4] - texts[3]));
-    if (space == instance_namespace) return {};
-    if (space.empty() && m_open.back().element->read_attribute_from_text(name, value)) return {};
-    return "The attribute " + quoted(name) + " can't be " + quoted(value) + " here.";
+    if (space == instance_namespace) return true;
+    if (space.empty() && m_open.back().element->read_attribute_from_text(name, value)) return true;
+    return refuse("The attribute " + quoted(name) + " can't be " + quoted(value) + " here.");
 }
 
 void XML_TREE::add_comment(std::string_view text) {
@@ -71,19 +70,24 @@ void XML_TREE::add_comment(std::string_view text) {
     place.emplace_back(text);
 }
 
-std::string XML_TREE::end(bool check_counts) {
+bool XML_TREE::end(bool check_counts) {
     const auto [element, description] = m_open.back();
     m_open.pop_back();
     if (!m_comments.empty()) element->edit_comments().at_end = std::exchange(m_comments, {});
-    const std::string tag = pgm_common_xml_name(description->tag);
+    const char* tag = pgm_common_xml_name(description->tag);
     if (description->type != PGM_XML_TYPE_NONE) {
         if (!element->read_from_text(m_text))
-            return "The value of " + tag + " can't be " + quoted(m_text) + ".";
+            return refuse(std::string("The value of ") + tag + " can't be " + quoted(m_text) + ".");
     } else if (check_counts && !element->check_child_count()) {
-        return "The children of " + tag + " are too few or too many.";
+        return refuse(std::string("The children of ") + tag + " are too few or too many.");
     }
     m_text.clear();
-    return {};
+    return true;
+}
+
+bool XML_TREE::refuse(std::string why) {
+    m_why = std::move(why);
+    return false;
 }
 
 void XML_TREE::drop() {

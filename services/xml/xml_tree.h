@@ -19,10 +19,11 @@ class XML_TREE {
     // False once something has gone wrong: then there is no tree, and no more calls may come.
     bool is_building() const { return m_is_building; }
 
-    // One step each, as libxml2 tells them. They give what is wrong, and nothing if all is well.
-    std::string start(const xmlChar* name, std::string_view space, dword line);
-    std::string read_attributes(int count, const xmlChar** texts);
-    std::string end(bool check_counts);
+    // One step each, as libxml2 tells them. False if something is wrong: why() tells what.
+    bool start(const xmlChar* name, std::string_view space, dword line);
+    bool read_attributes(int count, const xmlChar** texts);
+    bool end(bool check_counts);
+    const std::string& why() const { return m_why; }
     void add_text(std::string_view text) { m_text += text; }
     void add_comment(std::string_view text);
 
@@ -48,12 +49,16 @@ class XML_TREE {
 
     PGM_COMMON_XML_ENUM tag_of(const xmlChar* name);
     const PGM_COMMON_XML_DESCRIPTION* description_of(PGM_COMMON_XML_ENUM tag) const;
-    std::string read_attribute(const xmlChar** texts);
+    bool read_attribute(const xmlChar** texts);
 
     const XML_DOCUMENT& m_document;
     bool m_is_building = true;
     std::unique_ptr<PGM_COMMON_XML_ELEMENT> m_root;
     std::vector<OPEN_ELEMENT> m_open;
+    // Why the tree ends here; false.
+    bool refuse(std::string why);
+
+    std::string m_why;
     std::string m_text;
     std::vector<std::string> m_comments;  // whose element is yet to come
     std::array<KNOWN_TAG, 256> m_tags{};

@@ -6,6 +6,7 @@
 #include "pgm/zorva/zorva_text.h"
 
 #include <map>
+#include <memory_resource>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -45,7 +46,9 @@ class ZORVA_FLASH_INDEX final : private ZORVA_FLASH_WATCHER {
     NODES::iterator place_of(const std::string& name);
 
     bool m_is_made = false;
-    std::unordered_map<std::string, ENTRY> m_by_name;
+    // Entries lie side by side, wherever a load has left room on the heap.
+    std::pmr::unsynchronized_pool_resource m_memory;
+    std::pmr::unordered_map<std::string, ENTRY> m_by_name{&m_memory};
     // Both in name order: a search by ID reads the first from end to end.
     std::vector<dword> m_ids;
     NODES m_nodes;

@@ -59,13 +59,16 @@ ZORVA_TEXT read_property(const PGM_COMMON_XML_ELEMENT& xml_action,
     return text;
 }
 
-// An action with its type's defaults; copying one is cheaper than making it.
+// An action of a type without any value; copying one is cheaper than making it.
 const ZORVA_QSPI_ACTION& new_action(ZORVA_ACT_TYPE type) {
     static const auto actions = [] {
         std::vector<ZORVA_QSPI_ACTION> all;
         all.reserve(ZORVA_ACT_TYPE_COUNT);
         for (int each = 0; each < ZORVA_ACT_TYPE_COUNT; ++each)
             all.emplace_back(static_cast<ZORVA_ACT_TYPE>(each));
+        for (ZORVA_QSPI_ACTION& action : all)
+            for (const ZORVA_ACT_PROPERTY property : action.get_property_enum_list())
+                action.set_property_text(property, {});
         return all;
     }();
     return actions[static_cast<std::size_t>(type)];

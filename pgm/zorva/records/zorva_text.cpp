@@ -2,59 +2,57 @@
 
 #include "pgm/zorva/rules/zorva_text_pool.h"
 
-#include <functional>
+#include <memory>
 #include <unordered_map>
 #include <vector>
 
 namespace {
 
-struct USE {
-    std::uint32_t number;  // place in POOL::places
+struct PLACE {
+    std::string text;
     std::uint32_t references = 0;
-    ZORVA_VERDICTS verdicts;
+    ZORVA_VERDICTS verdicts = {};
 };
 
-// Hashes texts and views alike, so that a look-up makes no string.
-struct HASH : std::hash<std::string_view> {
-    using is_transparent = void;
-};
-
+// The empty text has the first place and keeps it, so that a default ZORVA_TEXT needs no look-up.
 struct POOL {
-    using MAP = std::unordered_map<std::string, USE, HASH, std::equal_to<>>;
-    using ENTRY = MAP::value_type;
+    POOL() { blocks.push_back(std::make_unique<PLACE[]>(block_size)); }
+    std::uint32_t add(std::string_view text);
+    void forget(std::uint32_t number);
 
-    // The empty text has the first place and keeps it, so that a default ZORVA_TEXT needs no
-    // look-up.
-    POOL() { add({}); }
-    ENTRY& add(std::string_view text);
-    void forget(ENTRY& entry);
+    PLACE& at(std::uint32_t number) { return blocks[number / block_size][number % block_size]; }
 
-    MAP texts;
-    std::vector<ENTRY*> places;
+    static constexpr std::uint32_t block_size = 256;
+    std::vector<std::unique_ptr<PLACE[]>> blocks;  // so that a place stays where it is
+    std::uint32_t count = 1;
+    std::unordered_map<std::string_view, std::uint32_t> numbers;
     std::vector<std::uint32_t> free_places;
 };
 
 // Never destroyed: static objects of other files hold texts to their own end.
 POOL& pool() {
-    static POOL* const instance = new POOL;
-    return *instance;
+    static POOL& instance = *new POOL;
+    return instance;
 }
 
-POOL::ENTRY& POOL::add(std::string_view text) {
+std::uint32_t POOL::add(std::string_view text) {
     if (free_places.empty()) {
-        places.push_back(nullptr);
-        free_places.reserve(places.capacity());  // so that forgetting never fails
-        free_places.push_back(static_cast<std::uint32_t>(places.size() - 1));
+        if (count % block_size == 0) blocks.push_back(std::make_unique<PLACE[]>(block_size));
+        free_places.reserve(count + 1);  // so that forgetting never fails
+        free_places.push_back(count++);
     }
     const std::uint32_t number = free_places.back();
-    places[number] = &*texts.emplace(text, USE{.number = number, .verdicts = {}}).first;
+    PLACE& place = at(number);
+    place = {std::string(text)};
+    numbers.emplace(place.text, number);
     free_places.pop_back();
-    return *places[number];
+    return number;
 }
 
-void POOL::forget(ENTRY& entry) {
-    free_places.push_back(entry.second.number);
-    texts.erase(texts.find(entry.first));
+void POOL::forget(std::uint32_t number) {
+    numbers.erase(at(number).text);
+    at(number) = {};
+    free_places.push_back(number);
 }
 
 }  // namespace
@@ -62,24 +60,20 @@ void POOL::forget(ENTRY& entry) {
 ZORVA_TEXT::ZORVA_TEXT(std::string_view text) {
     if (text.empty()) return;
     POOL& all = pool();
-    const auto found = all.texts.find(text);
-    USE& use = found == all.texts.end() ? all.add(text).second : found->second;
-    ++use.references;
-    m_number = use.number;
+    const auto found = all.numbers.find(text);
+    m_number = found == all.numbers.end() ? all.add(text) : found->second;
+    ++all.at(m_number).references;
 }
 
-void ZORVA_TEXT::refer() const { ++pool().places[m_number]->second.references; }
+void ZORVA_TEXT::refer() const { ++pool().at(m_number).references; }
 
 void ZORVA_TEXT::release() const {
     POOL& all = pool();
-    POOL::ENTRY& entry = *all.places[m_number];
-    if (--entry.second.references == 0) all.forget(entry);
+    if (--all.at(m_number).references == 0) all.forget(m_number);
 }
 
-const std::string& ZORVA_TEXT::get() const { return pool().places[m_number]->first; }
+const std::string& ZORVA_TEXT::get() const { return pool().at(m_number).text; }
 
-ZORVA_VERDICTS& zorva_verdicts(const ZORVA_TEXT& text) {
-    return pool().places[text.number()]->second.verdicts;
-}
+ZORVA_VERDICTS& zorva_verdicts(const ZORVA_TEXT& text) { return pool().at(text.number()).verdicts; }
 
-std::size_t zorva_pooled_text_count() { return pool().texts.size(); }
+std::size_t zorva_pooled_text_count() { return pool().numbers.size() + 1; }
