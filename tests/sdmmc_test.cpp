@@ -120,6 +120,7 @@ TEST_F(SdmmcTest, FilesAreJudgedAndAShippedOneHasToBeGood) {
         write_installed("pgm_flash_db_sdmmc.xml", bytes);
         EXPECT_EQ(internal_error_of(load), text) << bytes;
     }
+    write_installed("pgm_flash_db_sdmmc.xml", cards(""));  // for the registry to be cleared
 }
 
 TEST_F(SdmmcTest, StoresAndDeletesBesideTheOtherInterface) {

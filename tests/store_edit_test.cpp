@@ -56,41 +56,26 @@ names difference(const std::multiset<std::string>& all, const std::multiset<std:
 }
 
 TEST_F(StoreEditTest, EverythingElseIsStillThere) {
+    // Changes by what they take out of the files and put in.
     const struct {
-        const char* change;
-        names lost, gained;
-    } rows[] = {
-        {"store X", {}, {"device X"}},
-        {"store template_N", {}, {"device template_N"}},
-        {"store SHIP_A", {}, {"device SHIP_A"}},
-        {"store A", {}, {"device A"}},
-        {"store A in installation", {"device A"}, {"device A"}},
-        {"store B", {"device B"}, {"device B"}},
-        {"store HIDDEN", {"device HIDDEN"}, {"device HIDDEN"}},
-        {"store C", {"device C"}, {"device C"}},
-        {"store BAD", {"device BAD"}, {"device BAD"}},
-        {"store UNREAD", {"device UNREAD"}, {"device UNREAD"}},
-        {"store G", {"device G"}, {"device G"}},
-        {"store H", {"device H"}, {"device H"}},
-        {"delete A in installation", {"device A"}, {}},
-        {"delete B", {"device B"}, {}},
-        {"delete HIDDEN", {"device HIDDEN"}, {}},
-        {"delete C", {"device C"}, {}},
-        {"delete G", {"device G"}, {}},
-        {"delete BAD", {}, {}},  // which the maps don't know
-        {"delete A", {}, {}},    // which stands in the other directory
-        {"delete NOBODY", {}, {}},
-        {"delete U", {"template U"}, {}},
-        {"delete TWIN", {"device TWIN"}, {}},
-        {"add X", {}, {"template X"}},
-        {"add N", {}, {"template N"}},
-        {"drop S", {"template S"}, {}},
-        {"drop TWIN", {"template TWIN"}, {}},
-        {"drop T", {"template T"}, {}},  // which hides another
+        bool loses, gains;
+        const char* kind;
+        const char* changes;
+    } groups[] = {
+        {false, true, "device ", "store X|store template_N|store SHIP_A|store A"},
+        {true, true, "device ",
+         "store A in installation|store B|store HIDDEN|store C|store BAD|store UNREAD|store G|"
+         "store H"},
+        {true, false, "device ",
+         "delete A in installation|delete B|delete HIDDEN|delete C|delete G|delete TWIN"},
+        // BAD isn't known, A stands in the other directory.
+        {false, false, "device ", "delete BAD|delete A|delete NOBODY"},
+        {true, false, "template ", "delete U|drop S|drop TWIN|drop T"},  // T hides another
+        {false, true, "template ", "add X|add N"},
     };
     const texts original[] = {files_in(m_xml_dir), files_in(m_custom_dir)};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.change);
+    const auto try_change = [&](const std::string& change, const names& lost, const names& gained) {
+        SCOPED_TRACE(change);
         put_files(m_xml_dir, original[0]);
         put_files(m_custom_dir, original[1]);
         const auto before = definitions();
@@ -98,21 +83,27 @@ TEST_F(StoreEditTest, EverythingElseIsStillThere) {
         const texts known = answers(mgr);
         const std::size_t reports = mgr.get_load_report().size();
         forget();
-        EXPECT_TRUE(run(mgr, row.change));
+        EXPECT_TRUE(run(mgr, change));
         EXPECT_EQ(posted_ids(), ids{});
-        EXPECT_EQ(difference(before, definitions()), row.lost);
-        EXPECT_EQ(difference(definitions(), before), row.gained);
+        EXPECT_EQ(difference(before, definitions()), lost);
+        EXPECT_EQ(difference(definitions(), before), gained);
         EXPECT_EQ(mgr.get_load_report().size(), reports);
         // One that wasn't read, or that another hid, may come into force with the next load.
         texts now = loaded();
         std::erase_if(now, [&](const auto& entry) { return !known.contains(entry.first); });
         for (const texts& all : {now, answers(mgr)}) {
             names others = changed(known, all);
-            for (const names& mine : {row.lost, row.gained})
+            for (const names& mine : {lost, gained})
                 for (const std::string& name : mine) std::erase(others, name);
             EXPECT_EQ(others, names{});
         }
-    }
+    };
+    for (const auto& group : groups)
+        for (const std::string& change : split(group.changes)) {
+            const std::size_t begin = change.find(' ') + 1;
+            const names it{group.kind + change.substr(begin, change.find(' ', begin) - begin)};
+            try_change(change, group.loses ? it : names(), group.gains ? it : names());
+        }
 }
 
 TEST_F(StoreEditTest, TheInstallationUnderAnotherName) {

@@ -2,90 +2,77 @@
 #include "pgm/zorva/zorva_change.h"
 #include "tests/store_support.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace {
 
-constexpr auto DEVICE = ZORVA_DEFINITION_KIND::DEVICE;
-constexpr auto TEMPLATE = ZORVA_DEFINITION_KIND::TEMPLATE;
+using enum ZORVA_DEFINITION_KIND;
+constexpr auto is_new = ZORVA_BASIS::NEW;
 
 // The ways by which a device of that ID and of 64 Mbit is found.
 std::string found_by(ZORVA_MGR& mgr, const std::string& name, dword id) {
-    const auto is_it = [&](ZORVA_FLASH* flash) { return flash && flash->get_name() == name; };
+    ZORVA_FLASH* of_density = mgr.get_flash_with_density(8 << 20);
+    const names listed = device_names(mgr);
     names ways;
     if (mgr.get_flash(name, true)) ways.emplace_back("name");
     if (mgr.get_flash_with_id(id, 0xFF)) ways.emplace_back("ID");
-    if (is_it(mgr.get_flash_with_density(8 << 20))) ways.emplace_back("density");
+    if (of_density && of_density->get_name() == name) ways.emplace_back("density");
     if (!mgr.get_flash_file(name).empty()) ways.emplace_back("file");
-    for (const std::string& listed : device_names(mgr))
-        if (listed == name) ways.emplace_back("list");
+    ways.insert(ways.end(), std::ranges::count(listed, name), "list");
     return joined(ways);
 }
 
 class StoreMapsTest : public StoreTest {
   protected:
-    // Whether the record last handed out is one that uses this template.
-    static bool holds_user_of(ZORVA_MGR& mgr, const char* name) {
-        return mgr.is_parameter_valid(ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE, name, nullptr);
-    }
-    ZORVA_FLASH* store(ZORVA_MGR& mgr, const std::string& name, const char* uses) {
-        ZORVA_FLASH* flash = new_record(mgr, name);
-        flash->set_parameter_value(ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE, uses);
-        EXPECT_TRUE(mgr.update_db(flash, m_custom_dir));
-        return flash;
+    // A change as run() makes it, or "remove X", or "define X" as a new device.
+    bool change(ZORVA_MGR& mgr, const std::string& text) const {
+        const std::string name = text.substr(text.find(' ') + 1);
+        if (text.starts_with("remove"))
+            return mgr.remove_definition({DEVICE, name}, mgr.get_flash_file(name));
+        if (!text.starts_with("define")) return run(mgr, text);
+        return mgr.store_definitions({{DEVICE, new_record(mgr, name), is_new}}, m_custom_dir);
     }
 };
 
 TEST_F(StoreMapsTest, LookUpsFollowEachChange) {
     const std::string all = "name ID density file list";
     ZORVA_QSPI_MGR mgr;
-    ZORVA_FLASH* first = new_record(mgr, "X");
     ZORVA_FLASH* second = new_record(mgr, "X", "0x78");
-    EXPECT_EQ(found_by(mgr, "X", 0x77), "");
-    EXPECT_TRUE(mgr.update_db(first, m_custom_dir));
+    EXPECT_EQ(found_by(mgr, "X", 0x78), "");
+    EXPECT_TRUE(update(mgr, "X"));
     EXPECT_EQ(found_by(mgr, "X", 0x77), all);
     EXPECT_TRUE(mgr.update_db(second, m_custom_dir));
     EXPECT_EQ(found_by(mgr, "X", 0x77), "name density file list");
     EXPECT_EQ(found_by(mgr, "X", 0x78), all);
-    EXPECT_TRUE(mgr.delete_db("X", m_custom_dir));
+    EXPECT_TRUE(run(mgr, "delete X"));
     EXPECT_EQ(found_by(mgr, "X", 0x78), "");
-    EXPECT_TRUE(mgr.store_definitions({{DEVICE, new_record(mgr, "X"), ZORVA_BASIS::NEW},
-                                       {TEMPLATE, new_record(mgr, "", "0", "T"), ZORVA_BASIS::NEW}},
-                                      m_custom_dir));
+    EXPECT_TRUE(change(mgr, "define X") && change(mgr, "add T"));
     EXPECT_EQ(found_by(mgr, "X", 0x77), all);
-    EXPECT_EQ(mgr.get_user_template_list(), names{"T"});
     EXPECT_EQ(changed(loaded(), answers(mgr)), names{});
-    EXPECT_TRUE(mgr.remove_definition({DEVICE, "X"}, own_file("X")));
+    EXPECT_TRUE(change(mgr, "remove X"));
     EXPECT_TRUE(mgr.remove_definition({TEMPLATE, "T"}, own_file("template_T")));
-    EXPECT_EQ(found_by(mgr, "X", 0x77), "");
-    EXPECT_EQ(mgr.get_user_template_list(), names{});
+    EXPECT_EQ(found_by(mgr, "X", 0x77) + joined(mgr.get_user_template_list()), "");
 }
 
 // The record last handed out is asked by a check; it mustn't be one that is gone.
 TEST_F(StoreMapsTest, ARecordThatGoesIsNoMoreTheOneHandedOut) {
-    const struct {
-        const char* what;
-        std::function<bool(ZORVA_MGR&, ZORVA_FLASH* other)> change;
-    } rows[] = {
-        {"replaced", [&](auto& mgr, auto* other) { return mgr.update_db(other, m_custom_dir); }},
-        {"deleted", [&](auto& mgr, auto*) { return mgr.delete_db("X", m_custom_dir); }},
-        {"removed",
-         [&](auto& mgr, auto*) {
-             return mgr.remove_definition({DEVICE, "X"}, own_file("X"));
-         }},
-    };
-    for (const auto& row : rows)
-        for (const char* asked : {"X", "Y"}) {
-            SCOPED_TRACE(row.what + std::string(", last asked for ") + asked);
+    const auto uses = ZORVA_FLASH_PARAM_PROG_FLOW_TEMPLATE;
+    for (const std::string way : {"replace", "delete X", "remove X"})
+        for (const std::string asked : {"X", "Y"}) {
+            SCOPED_TRACE(way + ", last asked for " + asked);
             put_files(m_custom_dir, {});
             ZORVA_QSPI_MGR mgr;
-            const lifetime old(*store(mgr, "X", "Its_own"));
-            store(mgr, "Y", "Its_own");
-            ZORVA_FLASH* replacement = new_record(mgr, "X");
+            for (const char* name : {"X", "Y"}) {
+                ASSERT_TRUE(update(mgr, name));
+                mgr.get_flash(name, true)->set_parameter_value(uses, "Its_own");
+            }
+            const lifetime old(*mgr.get_flash("X", true));
+            ZORVA_FLASH* other = new_record(mgr, "X");
             ASSERT_TRUE(mgr.get_flash(asked, true));
-            EXPECT_TRUE(row.change(mgr, replacement));
+            EXPECT_TRUE(way == "replace" ? mgr.update_db(other, m_custom_dir) : change(mgr, way));
             EXPECT_TRUE(old.is_over());
-            EXPECT_EQ(holds_user_of(mgr, "Its_own"), *asked == 'Y');
+            EXPECT_EQ(mgr.is_parameter_valid(uses, "Its_own", nullptr), asked == "Y");
         }
 }
 
@@ -113,36 +100,20 @@ TEST_F(StoreMapsTest, ARecordLivesAsLongAsPromised) {
 // What another process, or a user, has taken out of a file leaves the maps with the next change of
 // that file, whatever the change; who holds the record may go on.
 TEST_F(StoreMapsTest, DefinitionsTakenOutByOthersAreForgotten) {
+    const std::string file = "pgm_flash_1.xml";
     const struct {
-        const char* what;
-        std::function<bool(ZORVA_MGR&)> change;
-    } rows[] = {
-        {"replaced in its file", [&](auto& mgr) { return update(mgr, "own"); }},
-        {"added to the file", [&](auto& mgr) { return update(mgr, "1"); }},
-        {"replaced out of the file", [&](auto& mgr) { return update(mgr, "X"); }},
-        {"stored",
-         [&](auto& mgr) {
-             return mgr.store_definitions({{DEVICE, new_record(mgr, "1"), ZORVA_BASIS::NEW}},
-                                          m_custom_dir);
-         }},
-        {"deleted", [&](auto& mgr) { return mgr.delete_db("X", m_custom_dir); }},
-        {"template deleted", [](auto& mgr) { return mgr.delete_template("T"); }},
-        {"removed",
-         [&](auto& mgr) {
-             return mgr.remove_definition({DEVICE, "X"}, own_file("1"));
-         }},
-    };
+        const char *devices, *change;
+    } rows[] = {{"1|X", "store 1"}, {"X", "store 1"}, {"X", "store X"}, {"X", "define 1"},
+                {"X", "delete X"},  {"X", "drop T"},  {"X", "remove X"}};
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        const bool is_own = row.what == rows[0].what;
-        const std::string file = is_own ? "pgm_flash_own.xml" : "pgm_flash_1.xml";
-        const std::string kept = devices(is_own ? "own|X" : "X") + user_template("T");
-        put_files(m_custom_dir, {{file, document(kept + device({.name = "GONE", .id = "0x99"}) +
-                                                 user_template("GONE"))}});
+        SCOPED_TRACE(row.change + std::string(" beside ") + row.devices);
+        const std::string kept = devices(row.devices) + user_template("T");
+        const std::string gone_too = device({.name = "GONE", .id = "0x99"}) + user_template("GONE");
+        put_files(m_custom_dir, {{file, document(kept + gone_too)}});
         ZORVA_QSPI_MGR mgr;
         const lifetime gone(*mgr.get_flash("GONE", true));
         write_custom(file, document(kept));
-        EXPECT_TRUE(row.change(mgr));
+        EXPECT_TRUE(change(mgr, row.change));
         EXPECT_EQ(found_by(mgr, "GONE", 0x99), "");
         EXPECT_FALSE(gone.is_over());
         EXPECT_EQ(changed(loaded(), answers(mgr)), names{});
@@ -162,7 +133,7 @@ TEST_F(StoreMapsTest, ARecordThatIsRenamedIsStoredUnderItsNewNameOnly) {
         EXPECT_EQ(mgr.get_flash(new_name, true), record);
         EXPECT_EQ(mgr.get_flash("OLD", true), nullptr) << "its file comes with the next load";
         EXPECT_TRUE(loaded().contains("device OLD"));
-        EXPECT_TRUE(mgr.delete_db("OLD", m_custom_dir));
+        EXPECT_TRUE(run(mgr, "delete OLD"));
         EXPECT_FALSE(loaded().contains("device OLD"));
         EXPECT_EQ(mgr.get_flash_with_id(0x77, 0xFF), record);
         EXPECT_TRUE(mgr.delete_db(new_name, m_custom_dir));
@@ -172,42 +143,37 @@ TEST_F(StoreMapsTest, ARecordThatIsRenamedIsStoredUnderItsNewNameOnly) {
 
 // What the custom directory overrides can't be changed by name; its definition can be taken out.
 TEST_F(StoreMapsTest, AnOverriddenDeviceIsLeftAlone) {
-    const std::string installed = write_installed("pgm_flash_1.xml", document(devices("X|A")));
-    const std::string custom = write_custom("pgm_flash_2.xml", document(devices("X|B")));
+    const std::string both = document(devices("X|A"));
+    const std::string installed = write_installed("pgm_flash_1.xml", both);
+    write_custom("pgm_flash_2.xml", document(devices("X|B")));
     ZORVA_QSPI_MGR mgr;
     const texts before = answers(mgr);
     const std::string fault =
         "Found same flash exist in the current directory but attempting to delete the flash in "
         "kestrin directory.";
-    EXPECT_EQ(internal_error_of([&] { mgr.delete_db("X", m_xml_dir); }), fault);
-    EXPECT_EQ(internal_error_of([&] { mgr.update_db(new_record(mgr, "X"), m_xml_dir); }), fault);
-    EXPECT_TRUE(mgr.delete_db("A", m_custom_dir)) << "nothing to delete there";
-    EXPECT_EQ(bytes_of(installed), document(devices("X|A")));
+    for (const char* change : {"delete X in installation", "store X in installation"})
+        EXPECT_EQ(internal_error_of([&] { run(mgr, change); }), fault);
+    EXPECT_TRUE(run(mgr, "delete A")) << "nothing to delete there";
     const ZORVA_FLASH* override = mgr.get_flash("X", true);
     EXPECT_TRUE(mgr.try_removal({DEVICE, "X"}, installed));
-    EXPECT_EQ(bytes_of(installed), document(devices("X|A")));
+    EXPECT_EQ(bytes_of(installed), both);
     EXPECT_TRUE(mgr.remove_definition({DEVICE, "X"}, installed));
     EXPECT_EQ(bytes_of(installed).find(">X<"), std::string::npos);
     EXPECT_EQ(mgr.get_flash("X", true), override);
-    EXPECT_EQ(mgr.get_flash_file("X"), custom);
     EXPECT_EQ(changed(before, answers(mgr)), names{});
     EXPECT_EQ(changed(before, loaded()), names{});
 }
 
 TEST_F(StoreMapsTest, ARemovalTellsByWhichFileTheNameLivesOn) {
+    const std::string x = devices("X");
+    const std::string bad = device({.name = "X", .density = "5Mb"});
     const struct {
         const char *what, *file, *lives_on_in;
         texts files;
     } rows[] = {
-        {"a repeated name", "1", "2", {{"1", devices("X")}, {"2", devices("X|A")}}},
-        {"not read there",
-         "3",
-         "",
-         {{"0", devices("A")}, {"2", devices("A|X")}, {"3", devices("X")}}},
-        {"refused there",
-         "1",
-         "",
-         {{"1", devices("X")}, {"2", device({.name = "X", .density = "5Mb"})}}},
+        {"a repeated name", "1", "2", {{"1", x}, {"2", devices("X|A")}}},
+        {"not read there", "3", "", {{"0", devices("A")}, {"2", devices("A|X")}, {"3", x}}},
+        {"refused there", "1", "", {{"1", x}, {"2", bad}}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
@@ -226,18 +192,20 @@ TEST_F(StoreMapsTest, ARemovalTellsByWhichFileTheNameLivesOn) {
 // A document of another place, as records that can be stored here.
 TEST_F(StoreMapsTest, AnImportedDocumentIsTakenWhole) {
     const std::string other = flows(action(ZORVA_ACT_TYPE_ERASE), action(ZORVA_ACT_TYPE_READ_DATA));
-    const std::string all = document(
-        user_template("T", other) + golden_template() + device({.name = "X", .flow = other}) +
-        device({.name = "BAD", .density = "5Mb"}) + user_template("U") + devices("Y"));
+    const std::string x = device({.name = "X", .flow = other});
+    const std::string t = user_template("T", other);
+    const std::string bad = device({.name = "BAD", .density = "5Mb"});
+    const std::string u_and_y = user_template("U") + devices("Y");
     ZORVA_QSPI_MGR mgr;
-    const ZORVA_MGR::DOCUMENT read = mgr.read_document(all, "mail.xml");
+    const auto read =
+        mgr.read_document(document(t + golden_template() + x + bad + u_and_y), "mail.xml");
     names defined;
     for (const ZORVA_NEW_DEFINITION& definition : read.definitions) {
-        const bool is_device = definition.kind == DEVICE;
-        EXPECT_EQ(definition.basis, ZORVA_BASIS::NEW);
-        defined.push_back(
-            is_device ? definition.flash->get_name()
-                      : definition.flash->get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME));
+        ZORVA_FLASH& of = *definition.flash;
+        EXPECT_EQ(definition.basis, is_new);
+        defined.push_back(definition.kind == DEVICE
+                              ? of.get_name()
+                              : of.get_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME));
     }
     EXPECT_EQ(joined(defined), "X Y T U");
     EXPECT_EQ(read.report.path, "mail.xml");
@@ -247,11 +215,9 @@ TEST_F(StoreMapsTest, AnImportedDocumentIsTakenWhole) {
     EXPECT_EQ(files_in(m_custom_dir), texts{});
     EXPECT_TRUE(mgr.store_definitions(read.definitions, m_custom_dir));
     EXPECT_EQ(changed(loaded(), answers(mgr)), names{});
-    const texts imported = loaded();
-    put_files(m_custom_dir, {{"pgm_flash_X.xml", document(user_template("T", other) +
-                                                          device({.name = "X", .flow = other}))},
-                             {"pgm_flash_Y.xml", document(user_template("U") + devices("Y"))}});
-    EXPECT_EQ(changed(loaded(), imported), names{});
+    put_files(m_custom_dir,
+              {{"pgm_flash_X.xml", document(t + x)}, {"pgm_flash_Y.xml", document(u_and_y)}});
+    EXPECT_EQ(changed(loaded(), answers(mgr)), names{});
 }
 
 }  // namespace

@@ -62,6 +62,13 @@ class StoreRefusalTest : public StoreTest {
     job make_directory(const std::string& name) const {
         return [=, this] { fs::create_directory(own_file(name)); };
     }
+    job fault(std::string faulty_disk::*what, const std::string& where) {
+        return [=, this] {
+            m_faulty_disk = {};
+            m_faulty_disk.*what = where;
+            pgm_host::set_file_system(&m_faulty_disk);
+        };
+    }
     change does(const std::string& text) const {
         return [=, this](ZORVA_MGR& mgr) { return run(mgr, text); };
     }
@@ -73,20 +80,9 @@ class StoreRefusalTest : public StoreTest {
             return mgr.update_db(flash, m_custom_dir);
         };
     }
-    change put_definition(const std::string& name, ZORVA_BASIS basis, bool is_trial = false) {
+    change stores(const std::string& name, ZORVA_BASIS basis) {
         return [=, this](ZORVA_MGR& mgr) {
-            const std::vector<ZORVA_NEW_DEFINITION> all{{DEVICE, new_record(mgr, name), basis}};
-            return is_trial ? mgr.try_definitions(all, m_custom_dir)
-                            : mgr.store_definitions(all, m_custom_dir);
-        };
-    }
-    change puts_several() {
-        return [this](ZORVA_MGR& mgr) {
-            constexpr auto is_new = ZORVA_BASIS::NEW;
-            return mgr.store_definitions({{DEVICE, new_record(mgr, "M"), is_new},
-                                          {TEMPLATE, new_record(mgr, "", "0x77", "N"), is_new},
-                                          {DEVICE, new_record(mgr, "X"), is_new}},
-                                         m_custom_dir);
+            return mgr.store_definitions({{DEVICE, new_record(mgr, name), basis}}, m_custom_dir);
         };
     }
     // All that can be seen of the files from outside.
@@ -105,22 +101,16 @@ class StoreRefusalTest : public StoreTest {
 
 TEST_F(StoreRefusalTest, NothingHappensAndTheReasonIsTold) {
     using enum ZORVA_CHANGE_STATE;
+    using enum ZORVA_BASIS;
     const std::string sdmmc = R"(<SDMMC_FLASH version="1"></SDMMC_FLASH>)";
     const std::string half = document(devices("B")).substr(0, 300);
-    const std::string spare = document("<SPARE/>");
     const std::string bad_device = device({.name = "BAD_2", .density = "5Mb"});
-    const auto faulty = [&](std::string faulty_disk::*fault, const std::string& where) {
-        return [=, this] {
-            m_faulty_disk = {};
-            m_faulty_disk.*fault = where;
-            pgm_host::set_file_system(&m_faulty_disk);
-        };
-    };
-    const auto move_away = [&] { ZORVA_MGR::set_db_custom_dir(m_elsewhere); };
-    const auto elsewhere = [&](const change& tried) {
+    const std::string long_name(250, 'x');
+    const auto elsewhere = [&](const char* text) {
         return [=, this](ZORVA_MGR& mgr) {
+            ZORVA_MGR::set_db_custom_dir(m_elsewhere);
             m_custom_dir.swap(m_elsewhere);
-            const bool done = tried(mgr);
+            const bool done = run(mgr, text);
             m_custom_dir.swap(m_elsewhere);
             return done;
         };
@@ -132,103 +122,102 @@ TEST_F(StoreRefusalTest, NothingHappensAndTheReasonIsTold) {
         flash.add_operation_into_list(mgr.create_operation(ZORVA_OP_TYPE_ERASE),
                                       ZORVA_PROG_FLOW_TYPE_SDM);
     };
-    constexpr auto as_loaded = ZORVA_BASIS::AS_LOADED;
-    constexpr auto is_new = ZORVA_BASIS::NEW;
+    const change tries_b = [&](ZORVA_MGR& mgr) {
+        return mgr.try_definitions({{DEVICE, new_record(mgr, "B"), NEW}}, m_custom_dir);
+    };
+    const change removes_x = [&](ZORVA_MGR& mgr) {
+        return mgr.remove_definition({DEVICE, "X"}, m_root + "a.xml");
+    };
+    const change several = [&](ZORVA_MGR& mgr) {
+        return mgr.store_definitions({{DEVICE, new_record(mgr, "M"), NEW},
+                                      {TEMPLATE, new_record(mgr, "", "0x77", "N"), NEW},
+                                      {DEVICE, new_record(mgr, "X"), NEW}},
+                                     m_custom_dir);
+    };
     struct row {
-        const char* what;
         job spoil;  // behind the load
         change tried;
         STATE state;
         std::string told;
     };
     const std::string no_ours = " isn't a file of the database: ";
-    const std::string x_no_ours = "custom/pgm_flash_X.xml" + no_ours;
-    const std::string mix_no_ours = "custom/pgm_flash_mix.xml" + no_ours;
+    const std::string x = "custom/pgm_flash_X.xml";
+    const std::string mix = "custom/pgm_flash_mix.xml";
+    const std::string x_is_others = x + " is a link or holds another definition";
+    const std::string no_part = "can't be part of a file name.";
+    const std::string no_text = "holds a text or a number that no file";
     const row posting[] = {
         // What stands at the place of the file to write.
-        {"another interface's", put("X", sdmmc), does("store X"), FILE_FAILED, x_no_ours},
-        {"half", put("X", half), does("store X"), FILE_FAILED, x_no_ours + "line "},
-        {"no such tag", put("X", spare), does("store X"), FILE_FAILED, x_no_ours + "line 2: "},
-        {"a directory", make_directory("X"), does("store X"), FILE_FAILED,
-         x_no_ours + "Is a directory."},
-        {"a link to the shipped file", link(m_shipped_file, "X"), does("store X"), PROTECTED,
-         "custom/pgm_flash_X.xml is a shipped file."},
-        {"a link to nowhere", link(m_root + "nowhere.xml", "X"), does("store X"), FILE_FAILED,
-         "custom/pgm_flash_X.xml is a link that leads nowhere."},
+        {put("X", sdmmc), does("store X"), FILE_FAILED, x + no_ours},
+        {put("X", half), does("store X"), FILE_FAILED, x + no_ours + "line "},
+        {put("X", document("<SPARE/>")), does("store X"), FILE_FAILED, x + no_ours + "line 2: "},
+        {make_directory("X"), does("store X"), FILE_FAILED, x + no_ours + "Is a directory."},
+        {link(m_shipped_file, "X"), does("store X"), PROTECTED, x + " is a shipped file."},
+        {link("nowhere", "X"), does("store X"), FILE_FAILED, x + " is a link that leads nowhere."},
         // What is shipped.
-        {"its file", {}, does("store db_qspi in installation"), PROTECTED, "qspi.xml is a shipped"},
-        {"cards", {}, does("store db_sdmmc in installation"), PROTECTED, "sdmmc.xml is a shipped"},
-        {"a device",
-         {},
+        {{}, does("store db_qspi in installation"), PROTECTED, "qspi.xml is a shipped"},
+        {{}, does("store db_sdmmc in installation"), PROTECTED, "sdmmc.xml is a shipped"},
+        {{},
          does("store SHIP_A in installation"),
          PROTECTED,
          "'SHIP_A' is a shipped device, beside which xml/ can hold no other."},
-        {"to delete", {}, does("delete SHIP_A in installation"), PROTECTED, "is a shipped file."},
+        {{}, does("delete SHIP_A in installation"), PROTECTED, "is a shipped file."},
         // What has become of the file that was loaded.
-        {"half of it left", put("mix", half), does("store B"), FILE_FAILED, mix_no_ours},
-        {"half of it left", put("mix", half), does("drop U"), FILE_FAILED, mix_no_ours},
-        {"another", put("mix", sdmmc), does("delete B"), FILE_FAILED, mix_no_ours},
-        {"gone", drop("mix"), does("delete B"), FILE_FAILED, "mix.xml isn't there any more."},
-        {"gone", drop("mix"), does("drop U"), FILE_FAILED, "mix.xml isn't there any more."},
+        {put("mix", half), does("store B"), FILE_FAILED, mix + no_ours},
+        {put("mix", half), does("drop U"), FILE_FAILED, mix + no_ours},
+        {put("mix", sdmmc), does("delete B"), FILE_FAILED, mix + no_ours},
+        {drop("mix"), does("delete B"), FILE_FAILED, "mix.xml isn't there any more."},
+        {drop("mix"), does("drop U"), FILE_FAILED, "mix.xml isn't there any more."},
         // What stands in other files.
-        {"twice elsewhere", put("X", document(devices("B"))), does("store B"), REFUSED,
-         "'B' is defined in custom/pgm_flash_X.xml and in custom/pgm_flash_mix.xml; it has to be"},
-        {"an unread template", {}, does("add W"), NAME_TAKEN, "'W'"},
-        {"behind a bad device", put("template_Y", document(bad_device)), does("add Y"), REFUSED,
+        {put("X", document(devices("B"))), does("store B"), REFUSED,
+         "'B' is defined in " + x + " and in " + mix + "; it has to be"},
+        {{}, does("add W"), NAME_TAKEN, "'W'"},  // which isn't read
+        {put("template_Y", document(bad_device)), does("add Y"), REFUSED,
          "'Y' wouldn't come into force."},
         // What has become of the directory.
-        {"gone", drop(""), does("store X"), FILE_FAILED,
+        {drop(""), does("store X"), FILE_FAILED,
          "custom/ can't be locked: No such file or directory."},
-        {"gone", drop(""), does("delete B"), FILE_FAILED, "custom/ can't be locked: No such"},
-        {"another", move_away, elsewhere(does("store B")), REFUSED,
-         "'B' was loaded from custom/pgm_flash_mix.xml, which lies in no directory of the"},
-        {"another", move_away, elsewhere(does("delete U")), REFUSED,
-         "mix.xml lies in no directory"},
-        {"unlisted", faulty(&faulty_disk::unlisted, m_custom_dir), does("store X"), FILE_FAILED,
+        {drop(""), does("delete B"), FILE_FAILED, "custom/ can't be locked: No such"},
+        {{},
+         elsewhere("store B"),
+         REFUSED,
+         "'B' was loaded from " + mix + ", which lies in no directory of the"},
+        {{}, elsewhere("delete U"), REFUSED, "mix.xml lies in no directory"},
+        {fault(&faulty_disk::unlisted, m_custom_dir), does("store X"), FILE_FAILED,
          "custom/ can't be listed: Permission denied."},
-        {"read-only", faulty(&faulty_disk::not_writable, m_custom_dir), does("store X"),
-         FILE_FAILED, "custom/ can't be written: Permission denied."},
-        {"another's file", faulty(&faulty_disk::not_ours, own_file("mix")), does("store B"),
-         FILE_FAILED, "pgm_flash_mix.xml can't be changed: Operation not permitted."},
+        {fault(&faulty_disk::not_writable, m_custom_dir), does("store X"), FILE_FAILED,
+         "custom/ can't be written: Permission denied."},
+        {fault(&faulty_disk::not_ours, own_file("mix")), does("store B"), FILE_FAILED,
+         "pgm_flash_mix.xml can't be changed: Operation not permitted."},
         // What no file can hold.
-        {"no name", {}, does("store "), REFUSED, "''"},
-        {"a separator", {}, does("store a/b"), REFUSED, "'a/b' can't be part of a file name."},
-        {"a backslash", {}, does("store a\\b"), REFUSED, "'a\\b' can't be part of a file name."},
-        {"a way out", {}, does("store ../../X"), REFUSED, "can't be part of a file name."},
-        {"a zero byte", {}, does(std::string("store a\0b", 9)), REFUSED, "can't be part of"},
-        {"a long name", {}, does("store " + std::string(250, 'x')), FILE_FAILED, " too long."},
-        {"no UTF-8", {}, does("store \xFF"), REFUSED, "holds a text or a number that no file"},
-        {"no XML in a name", {}, does("store a\x01"), REFUSED, "holds a text or a number that"},
-        {"no XML in a value", {}, spoiled(no_xml), REFUSED, "'X' holds a text or a number that"},
-        {"an operation twice", {}, spoiled(erase_twice), REFUSED, "'X' hold an operation twice"},
+        {{}, does("store "), REFUSED, "''"},
+        {{}, does("store a/b"), REFUSED, "'a/b' " + no_part},
+        {{}, does("store a\\b"), REFUSED, "'a\\b' " + no_part},
+        {{}, does(std::string("store a\0b", 9)), REFUSED, no_part},
+        {{}, does("store " + long_name), FILE_FAILED, " too long."},
+        {{}, does("store \xFF"), REFUSED, no_text},
+        {{}, does("store a\x01"), REFUSED, no_text},
+        {{}, spoiled(no_xml), REFUSED, "'X' " + no_text},
+        {{}, spoiled(erase_twice), REFUSED, "'X' hold an operation twice"},
     };
     const row silent[] = {
-        {"taken", put("X", document(devices("M"))), put_definition("M", is_new), NAME_TAKEN,
+        {put("X", document(devices("M"))), stores("M", NEW), NAME_TAKEN,
          "'M' is invalid as it already exist"},
-        {"taken, tried", {}, put_definition("B", is_new, true), NAME_TAKEN, "'B' is invalid as"},
-        {"changed meanwhile", put("A", document(device({.name = "A", .id = "0x02"}))),
-         put_definition("A", as_loaded), CHANGED_SINCE, "'A' has been changed meanwhile, in "},
-        {"gone", drop("A"), put_definition("A", as_loaded), CHANGED_SINCE, "'A' has been changed"},
-        {"in no directory",
-         {},
-         [&](auto& mgr) {
-             return mgr.remove_definition({DEVICE, "X"}, m_root + "a.xml");
-         },
-         REFUSED,
-         "a.xml lies in no directory"},
-        {"several, a directory", make_directory("X"), puts_several(), FILE_FAILED, x_no_ours},
-        {"several, in another's file", put("X", document(devices("D"))), puts_several(), REFUSED,
-         "custom/pgm_flash_X.xml is a link or holds another definition"},
-        {"several, a link", link(own_file("empty"), "X"), puts_several(), REFUSED,
-         "custom/pgm_flash_X.xml is a link or holds another definition"},
-        {"several, no document", put("X", "<junk"), puts_several(), FILE_FAILED, x_no_ours},
-        {"several, a taken name", put("Z", document(devices("X"))), puts_several(), NAME_TAKEN,
-         "'X' is invalid as it already exist"},
+        {{}, tries_b, NAME_TAKEN, "'B' is invalid as"},
+        {put("A", document(device({.name = "A", .id = "0x02"}))), stores("A", AS_LOADED),
+         CHANGED_SINCE, "'A' has been changed meanwhile, in "},
+        {drop("A"), stores("A", AS_LOADED), CHANGED_SINCE, "'A' has been changed"},
+        {{}, removes_x, REFUSED, "a.xml lies in no directory"},
+        {make_directory("X"), several, FILE_FAILED, x + no_ours},
+        {put("X", document(devices("D"))), several, REFUSED, x_is_others},
+        {link(own_file("empty"), "X"), several, REFUSED, x_is_others},
+        {put("X", "<junk"), several, FILE_FAILED, x + no_ours},
+        {put("Z", document(devices("X"))), several, NAME_TAKEN, "'X' is invalid as it already"},
     };
     fs::create_directory(m_elsewhere);
     const texts original = files_in(m_custom_dir);
     const auto expect_refusal = [&](const row& row, const ids& posted) {
-        SCOPED_TRACE(row.what + (": " + row.told));
+        SCOPED_TRACE(row.told);
         fs::create_directory(m_custom_dir);
         ZORVA_MGR::set_db_custom_dir(m_custom_dir);
         put_files(m_custom_dir, original);
@@ -258,27 +247,23 @@ TEST_F(StoreRefusalTest, NothingOfAnotherFileGoesOutOfForce) {
         return device({.name = name, .density = density});
     };
     const std::string bad = dev("A", "5Mb");
+    const std::string bad_flow = flows(replaced(action(ZORVA_ACT_TYPE_CUSTOM), "start", "begin"));
+    const std::string t1 = user_template("T1");
+    const std::string t1_t2 = t1 + user_template("T2");
     const struct {
-        const char* what;
         std::string own, behind;
         bool is_possible;
     } rows[] = {
-        {"a repeated name", dev("A") + dev("A") + dev("B", "512Mb"), dev("B", "64Mb") + dev("C"),
-         false},
-        {"a bad device", bad + dev("B"), dev("B") + dev("C"), false},
-        {"a bad device ahead of a template", bad + user_template("T1"),
-         user_template("T1") + user_template("T2"), false},
-        {"a template behind a bad one", bad + user_template("T1"),
-         user_template("T0", flows(replaced(action(ZORVA_ACT_TYPE_CUSTOM), "start", "begin"))) +
-             user_template("T1") + user_template("T2"),
-         false},
-        {"nobody else's name", bad + dev("B"), dev("C") + user_template("T1"), true},
-        {"a name that is refused there", dev("A") + dev("A") + dev("B"),
-         dev("C") + dev("C") + dev("B"), true},
+        {devices("A|A") + dev("B", "512Mb"), dev("B", "64Mb") + dev("C"), false},
+        {bad + dev("B"), devices("B|C"), false},
+        {bad + t1, t1_t2, false},
+        {bad + t1, user_template("T0", bad_flow) + t1_t2, false},
+        {bad + dev("B"), dev("C") + t1, true},       // nobody else's name
+        {devices("A|A|B"), devices("C|C|B"), true},  // B is refused there
     };
     for (const auto& row : rows)
         for (const bool deletes : {false, true}) {
-            SCOPED_TRACE(std::string(row.what) + (deletes ? ", deleted" : ", replaced"));
+            SCOPED_TRACE(row.own + (deletes ? ", deleted" : ", replaced"));
             put_files(m_custom_dir, {{"pgm_flash_A.xml", document(row.own)},
                                      {"pgm_flash_zz.xml", document(row.behind)}});
             texts before = loaded();
@@ -299,38 +284,34 @@ TEST_F(StoreRefusalTest, NothingOfAnotherFileGoesOutOfForce) {
 
 // The values of a record are the caller's to check.
 TEST_F(StoreRefusalTest, ABadValueIsACallersFault) {
+    const auto set = [](ZORVA_FLASH_PARAM param, auto value) {
+        return [=](ZORVA_MGR&, ZORVA_FLASH& flash) { flash.set_parameter_value(param, value); };
+    };
+    const auto set_density = [](ZORVA_MGR&, ZORVA_FLASH& flash) { flash.set_density("5Mb"); };
+    const std::string text = "_is_valid(flash->get_parameter_value(ZORVA_FLASH_PARAM_";
+    const std::string dword = "_is_valid(flash->get_parameter_value_in_dword(ZORVA_FLASH_PARAM_";
+    const std::string dword_end = ", nullptr), &err_msg)";
     const struct {
-        std::function<void(ZORVA_FLASH&)> spoil;
-        const char* fault;
+        change store;
+        std::string fault;
     } rows[] = {
-        {[](auto& flash) { flash.set_parameter_value(ZORVA_FLASH_PARAM_ID, "x"); },
-         "device_id_is_valid(flash->get_parameter_value(ZORVA_FLASH_PARAM_ID), &err_msg)"},
-        {[](auto& flash) { flash.set_parameter_value(ZORVA_FLASH_PARAM_IO_VOLTAGE, "5V"); },
-         "device_io_voltage_is_valid(flash->get_parameter_value(ZORVA_FLASH_PARAM_IO_VOLTAGE), "
-         "&err_msg)"},
-        {[](auto& flash) { flash.set_density("5Mb"); },
-         "device_density_is_valid(flash->get_density(), &err_msg)"},
-        {[](auto& flash) { flash.set_parameter_value(ZORVA_FLASH_PARAM_TOTAL_DIE, 0u); },
-         "total_device_die_is_valid(flash->get_parameter_value_in_dword("
-         "ZORVA_FLASH_PARAM_TOTAL_DIE, nullptr), &err_msg)"},
-        {[](auto& flash) { flash.set_parameter_value(ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE, 16u); },
-         "dummy_clock_cycle_is_valid(flash->get_parameter_value_in_dword("
-         "ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE, nullptr), &err_msg)"},
-        {[](auto& flash) { flash.set_parameter_value(ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE_X4, 16u); },
-         "dummy_clock_cycle_is_valid(flash->get_parameter_value_in_dword("
-         "ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE_X4, nullptr), &err_msg)"},
+        {spoiled(set(ZORVA_FLASH_PARAM_ID, "x")), "device_id" + text + "ID), &err_msg)"},
+        {spoiled(set(ZORVA_FLASH_PARAM_IO_VOLTAGE, "5V")),
+         "device_io_voltage" + text + "IO_VOLTAGE), &err_msg)"},
+        {spoiled(set_density), "device_density_is_valid(flash->get_density(), &err_msg)"},
+        {spoiled(set(ZORVA_FLASH_PARAM_TOTAL_DIE, 0u)),
+         "total_device_die" + dword + "TOTAL_DIE" + dword_end},
+        {spoiled(set(ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE, 16u)),
+         "dummy_clock_cycle" + dword + "DUMMY_CLK_CYCLE" + dword_end},
+        {spoiled(set(ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE_X4, 16u)),
+         "dummy_clock_cycle" + dword + "DUMMY_CLK_CYCLE_X4" + dword_end},
     };
     ZORVA_QSPI_MGR mgr;
     const texts before = files();
-    for (const auto& row : rows) {
-        const auto store = spoiled([&](ZORVA_MGR&, ZORVA_FLASH& flash) { row.spoil(flash); });
-        EXPECT_EQ(internal_error_of([&] { store(mgr); }), row.fault);
-    }
-    const auto spoil_name = [](ZORVA_MGR&, ZORVA_FLASH& flash) {
-        flash.set_parameter_value(ZORVA_FLASH_PARAM_TEMPLATE_NAME, "X");
-    };
+    for (const auto& row : rows) EXPECT_EQ(internal_error_of([&] { row.store(mgr); }), row.fault);
     forget();
-    EXPECT_FALSE(spoiled(spoil_name)(mgr)) << "the device's own name for its template";
+    EXPECT_FALSE(spoiled(set(ZORVA_FLASH_PARAM_TEMPLATE_NAME, "X"))(mgr))
+        << "the device's own name for its template";
     EXPECT_EQ(posted_ids(), ids{20675});
     for (const char* taken : {"T", "SHIP_A", "Micron", "a/b"}) {
         ZORVA_FLASH* flash = new_record(mgr, "X", "0x77", taken);

@@ -142,11 +142,15 @@ bool ZORVA_STORE::try_definitions(const std::vector<ZORVA_NEW_DEFINITION>& defin
     return change_files(definitions, db_dir, true);
 }
 
+// The custom directory may have been changed since the load.
+ZORVA_CHANGE_OUTCOME ZORVA_STORE::left_behind(const std::string& file) {
+    return zorva_refused(fmt::format("{} lies in no directory of the database any more.", file));
+}
+
 bool ZORVA_STORE::remove_from_file(const ZORVA_DEFINITION_KEY& key, const std::string& file,
                                    const std::string& db_dir, bool is_trial) {
     if (FIO_PATH(file).full_directory() != db_dir) {
-        m_outcome =
-            zorva_refused(fmt::format("{} lies in no directory of the database any more.", file));
+        m_outcome = left_behind(file);
         return false;
     }
     ZORVA_TRANSACTION transaction = new_transaction(db_dir, is_trial);

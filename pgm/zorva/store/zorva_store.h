@@ -62,6 +62,8 @@ class ZORVA_STORE {
     // taken out of these files.
     bool change_files(const std::vector<ZORVA_NEW_DEFINITION>& changes, const std::string& db_dir,
                       bool is_trial);
+    // Of a file whose directory isn't the database's any more.
+    static ZORVA_CHANGE_OUTCOME left_behind(const std::string& file);
     bool remove_from_file(const ZORVA_DEFINITION_KEY& key, const std::string& file,
                           const std::string& db_dir, bool is_trial);
     bool delete_definition(const ZORVA_DEFINITION_KEY& key, const std::string& file,

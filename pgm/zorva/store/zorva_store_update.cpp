@@ -152,9 +152,10 @@ bool ZORVA_STORE::delete_template(const std::string& name) {
     if (found == m_catalogue.template_files().end()) return false;
     const std::string file = found->second;
     const std::string directory = FIO_PATH(file).full_directory();
-    // The custom directory may have been changed since the load.
-    if (directory != zorva_installation_directory() && directory != zorva_custom_directory())
+    if (zorva_database_directory(file).empty()) {
+        m_outcome = left_behind(file);
         return refuse_update(directory);
+    }
     trace_deletion(name, directory);
     return delete_definition({TEMPLATE, name}, file, directory);
 }
