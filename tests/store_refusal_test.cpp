@@ -212,7 +212,8 @@ TEST_F(StoreRefusalTest, NothingHappensAndTheReasonIsTold) {
         {put("X", document(devices("D"))), several, REFUSED, x_is_others},
         {link(own_file("empty"), "X"), several, REFUSED, x_is_others},
         {put("X", "<junk"), several, FILE_FAILED, x + no_ours},
-        {put("Z", document(devices("X"))), several, NAME_TAKEN, "'X' is invalid as it already"},
+        {put("Z", document(devices("X"))), several, NAME_TAKEN,
+         "'X' is invalid as it already exist"},
     };
     fs::create_directory(m_elsewhere);
     const texts original = files_in(m_custom_dir);
