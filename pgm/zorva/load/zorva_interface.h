@@ -46,6 +46,8 @@ class ZORVA_INTERFACE : public ZORVA_INTERFACE_FACTS {
     virtual std::optional<ZORVA_REFUSAL> judge(ZORVA_FLASH_PARAM param,
                                                std::string_view value) const;
     virtual std::optional<ZORVA_REFUSAL> judge(ZORVA_FLASH_PARAM, dword) const { return {}; }
+    // Whether a parameter that is judged is a number, and not a text.
+    virtual bool is_number(ZORVA_FLASH_PARAM) const { return false; }
     // The vendors whose templates the shipped file holds.
     virtual std::span<const ZORVA_GOLDEN_VENDOR_ROW> golden_vendors() const { return {}; }
 

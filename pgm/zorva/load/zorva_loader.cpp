@@ -60,25 +60,22 @@ bool FILE_LOAD::passes_over(const ZORVA_WALKED& walked) {
 
 void FILE_LOAD::meet(ZORVA_WALKED walked) {
     ZORVA_DEFINITION definition = zorva_definition(walked);
-    bool ends_here = false;
     switch (walked.verdict) {
         case ZORVA_VERDICT::TAKEN:
             take(walked);
             break;
         case ZORVA_VERDICT::REFUSED:
             refuse(definition, walked.refusals);
-            ends_here = definition.kind == ZORVA_DEFINITION_KIND::DEVICE;
             break;
         case ZORVA_VERDICT::REPEATED:
             refuse_repeated(definition);
-            ends_here = true;
             break;
         case ZORVA_VERDICT::NOT_READ:
             definition.state = ZORVA_DEFINITION_STATE::NOT_READ;
             break;
     }
     m_log.add(std::move(definition));
-    if (!ends_here) return;
+    if (!walked.ends_file) return;
     m_is_whole = false;
     if (!m_is_shipped) m_log.end_file_early();
 }

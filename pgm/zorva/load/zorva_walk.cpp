@@ -33,12 +33,14 @@ void walk_kind(const ZORVA_INTERFACE& interface, const PGM_COMMON_XML_ELEMENT& r
     for (const PGM_COMMON_XML_ELEMENT* element : root.get_all_childs()) {
         if (element->get_type() != tag) continue;
         ZORVA_WALKED walked{*element, zorva_definition_key(*element)};
-        if (!rule.has_ended()) {
+        const bool is_read = !rule.has_ended();
+        if (is_read) {
             if (walker.passes_over(walked)) continue;
             read(interface, THOROUGHNESS::AS_A_LOAD, walked);
             walked.is_repeated = walker.is_defined(walked.key);
         }
         walked.verdict = rule.meet(walked.key.kind, walked.is_good(), walked.is_repeated);
+        walked.ends_file = is_read && rule.has_ended();
         walker.meet(std::move(walked));
     }
 }

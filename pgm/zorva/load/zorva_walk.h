@@ -31,6 +31,7 @@ struct ZORVA_WALKED {
     ZORVA_DEFINITION_KEY key;
     ZORVA_VERDICT verdict = ZORVA_VERDICT::NOT_READ;
     bool is_repeated = false;
+    bool ends_file = false;                    // what stands behind it isn't read
     std::vector<ZORVA_REFUSAL> refusals = {};  // what is wrong with its values
     // Of a definition that isn't refused: a device's record, a template's flows.
     std::unique_ptr<ZORVA_FLASH> flash = nullptr;

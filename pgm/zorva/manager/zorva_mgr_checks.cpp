@@ -68,11 +68,6 @@ namespace {
     ZORVA_FAIL("Unknown flash parameter: %d", static_cast<int>(param));
 }
 
-bool is_number(ZORVA_FLASH_PARAM param) {
-    return param == ZORVA_FLASH_PARAM_TOTAL_DIE || param == ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE ||
-           param == ZORVA_FLASH_PARAM_DUMMY_CLK_CYCLE_X4;
-}
-
 std::optional<ZORVA_FINDING> finding_of(const std::optional<ZORVA_REFUSAL>& refusal) {
     if (!refusal) return {};
     return zorva_finding(*refusal);
@@ -84,13 +79,14 @@ std::optional<ZORVA_FINDING> ZORVA_MGR::judge_parameter(ZORVA_FLASH_PARAM param,
                                                         const std::string& value) const {
     // The checks aren't const, as their signatures are fixed, but change nothing.
     auto& self = const_cast<ZORVA_MGR&>(*this);
-    if (!self.is_parameter_valid(param) || is_number(param)) fail_unknown(param);
+    if (!self.is_parameter_valid(param) || parts().interface.is_number(param)) fail_unknown(param);
     return finding_of(self.judge(param, value));
 }
 
 std::optional<ZORVA_FINDING> ZORVA_MGR::judge_parameter(ZORVA_FLASH_PARAM param,
                                                         dword value) const {
-    if (!const_cast<ZORVA_MGR&>(*this).is_parameter_valid(param) || !is_number(param))
+    if (!const_cast<ZORVA_MGR&>(*this).is_parameter_valid(param) ||
+        !parts().interface.is_number(param))
         fail_unknown(param);
     return finding_of(parts().interface.judge(param, value));
 }

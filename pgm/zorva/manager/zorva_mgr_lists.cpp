@@ -4,11 +4,12 @@
 
 namespace {
 
-std::vector<std::string> names_of(const auto& map) {
-    std::vector<std::string> names;
-    names.reserve(map.size());
-    for (const auto& [name, value] : map) names.push_back(name);
-    return names;
+template <class KEY, class VALUE>
+std::vector<KEY> keys_of(const std::map<KEY, VALUE>& map) {
+    std::vector<KEY> keys;
+    keys.reserve(map.size());
+    for (const auto& [key, value] : map) keys.push_back(key);
+    return keys;
 }
 
 }  // namespace
@@ -20,9 +21,7 @@ bool ZORVA_MGR::is_flash_action_supported() { return true; }
 DEV_FAMILY_ENUM ZORVA_MGR::get_flash_family() { return parts().interface.flash_family; }
 
 const std::vector<DEV_FAMILY_ENUM> ZORVA_MGR::get_device_family_list() {
-    std::vector<DEV_FAMILY_ENUM> families;
-    for (const auto& [family, info] : parts().families) families.push_back(family);
-    return families;
+    return keys_of(parts().families);
 }
 
 const std::vector<PGMIO_CONFIG_SCHEME> ZORVA_MGR::get_config_mode_list() {
@@ -39,7 +38,7 @@ const std::vector<std::string> ZORVA_MGR::get_device_density_list() {
 
 const std::vector<std::string> ZORVA_MGR::get_new_config_device_list(DEV_FAMILY_ENUM,
                                                                      PGMIO_CONFIG_SCHEME, bool) {
-    return names_of(parts().catalogue.devices());
+    return keys_of(parts().catalogue.devices());
 }
 
 const std::vector<std::string> ZORVA_MGR::get_legacy_config_device_list(DEV_FAMILY_ENUM,
@@ -56,7 +55,7 @@ const std::vector<std::string> ZORVA_MGR::get_prog_flow_template_list() {
 }
 
 const std::vector<std::string> ZORVA_MGR::get_user_template_list() {
-    return names_of(parts().catalogue.templates());
+    return keys_of(parts().catalogue.templates());
 }
 
 ZORVA_ACTION* ZORVA_MGR::create_action(ZORVA_ACT_TYPE) {

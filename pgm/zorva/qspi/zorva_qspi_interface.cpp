@@ -74,6 +74,10 @@ std::optional<ZORVA_REFUSAL> ZORVA_QSPI_INTERFACE::judge(ZORVA_FLASH_PARAM param
     return ZORVA_REFUSAL{rule->message, value, {}};
 }
 
+bool ZORVA_QSPI_INTERFACE::is_number(ZORVA_FLASH_PARAM param) const {
+    return param_table[static_cast<std::size_t>(param)].number.has_value();
+}
+
 std::span<const ZORVA_GOLDEN_VENDOR_ROW> ZORVA_QSPI_INTERFACE::golden_vendors() const {
     return zorva_golden_vendors();
 }

@@ -18,6 +18,7 @@ class ZORVA_QSPI_INTERFACE final : public ZORVA_INTERFACE {
     std::optional<ZORVA_REFUSAL> judge(ZORVA_FLASH_PARAM param,
                                        std::string_view value) const override;
     std::optional<ZORVA_REFUSAL> judge(ZORVA_FLASH_PARAM param, dword value) const override;
+    bool is_number(ZORVA_FLASH_PARAM param) const override;
     std::span<const ZORVA_GOLDEN_VENDOR_ROW> golden_vendors() const override;
     bool is_writable(ZORVA_FLASH& flash) const override;
     std::unique_ptr<PGM_COMMON_XML_ELEMENT> template_element(const std::string& name,
